@@ -1,0 +1,23 @@
+// From a host's arguments to the library's own types.
+#pragma once
+
+#include "api/q7plugin.h"
+#include "api/session.h"
+#include "model/max_adapter.h"
+#include "support/text.h"
+
+inline Session& sessionOf(void* handle) {
+    return *static_cast<Session*>(handle);
+}
+
+// An owned copy, unit by unit: the host's character type is another one on Windows.
+inline WideString toWide(const Q7Char* text) {
+    WideString copy;
+    for (; *text != 0; ++text)
+        copy += static_cast<char16_t>(*text);
+    return copy;
+}
+
+inline AxisOrder toAxisOrder(CoordOrder order) {
+    return static_cast<AxisOrder>(order);
+}

@@ -1,0 +1,10 @@
+#include "api/convert.h"
+
+void Q7SaveRawToFile(void* session, const Q7Char* path) {
+    const Session& source = sessionOf(session);
+    Q7Sync::saveRaw(*source.core->model, source.streamSettings(), toWide(path));
+}
+
+void SaveToFile(void* session, const Q7Char* path) {
+    Q7SaveRawToFile(session, path);
+}

@@ -1,0 +1,25 @@
+// Opening files by wide path.
+#pragma once
+
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+
+#include "support/text.h"
+
+namespace platform {
+
+struct FileCloser {
+    void operator()(std::FILE* file) const { std::fclose(file); }
+};
+using File = std::unique_ptr<std::FILE, FileCloser>;
+
+// Opens for writing and empties what was there; null when that fails. The text form turns "\n" into
+// the platform's line end.
+File openBinaryForWriting(const WideString& path);
+File openTextForWriting(const WideString& path);
+
+// The path as the standard library takes it.
+std::filesystem::path nativePath(const WideString& path);
+
+}  // namespace platform

@@ -1,0 +1,46 @@
+// The bytes of a model: small routines that write one thing each to any sink, and the whole model
+// in the form that files have. docs/formats/model_stream.md tells the layout.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+#include <functional>
+
+#include "model/model.h"
+#include "support/text.h"
+
+// Takes bytes on their way out. Sinks hold no buffer and report nothing. An empty one throws
+// std::bad_function_call when it is called.
+using ByteWriter = std::function<void(const void* data, std::size_t size)>;
+
+// What the stream's header says besides the model's own values.
+struct StreamSettings {
+    WideString dccPluginInfo;
+    std::uint32_t materialVersion = 0;
+};
+
+class Q7Sync {
+  public:
+    // The file stays the caller's. What it does not take is lost without a word.
+    static ByteWriter toFile(std::FILE* file);
+
+    // Numbers are little-endian; a count of more than 32 bits is cut to its low 32.
+    static void writeWord(std::uint64_t value, ByteWriter writer);
+    static void writeWideString(const WideString& text, ByteWriter writer);
+    static void writeFloatArray(const Array<float>& numbers, ByteWriter writer);
+    static void writeIntArray(const Array<std::int32_t>& numbers, ByteWriter writer);
+    static void writeByteArray(const Array<unsigned char>& bytes, ByteWriter writer);
+    static void writeMaterial(const IQ7Material& material, ByteWriter writer);
+    // The instance's path is no part of it.
+    static void writeInstance(const Instance& instance, ByteWriter writer);
+    static void writeMesh(const Mesh& mesh, ByteWriter writer);
+
+    // The header's JSON text, without white space. A mesh that is placed twice counts twice.
+    static WideString headerJson(const Model& model, const StreamSettings& settings);
+
+    // The model as files hold it: every material, instance and mesh, used or not.
+    static void writeModel(const Model& model, const StreamSettings& settings, ByteWriter writer);
+    // Nothing happens when the file cannot be opened.
+    static void saveRaw(const Model& model, const StreamSettings& settings, const WideString& path);
+};
