@@ -7,15 +7,9 @@
 
 #include "common/stream_reader.h"
 #include "q7plugin.h"
+#include "tests/host_text.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
-
-// A literal in the host's character type.
-#if defined(_WIN32)
-#define Q7T(text) L##text
-#else
-#define Q7T(text) u##text
-#endif
 
 using HostString = std::basic_string<Q7Char>;
 

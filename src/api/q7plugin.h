@@ -3,25 +3,26 @@
  *
  * Conventions, which hold for every function unless its own text says otherwise:
  *
- * Sessions   A session is the opaque pointer that CreateSession returns. Sessions are independent,
- *            but for the process-wide values named below. The handle must be one that is alive; it
- *            is not tested.
- * Text       Strings are zero-terminated UTF-16 (Q7Char: wchar_t on Windows, char16_t elsewhere)
- * and must not be null. Any sequence of code units is allowed, unpaired surrogates included; where
- * text becomes UTF-8 each of those is written as U+FFFD. Ownership  Strings and arrays are copied
- * before the call returns. The one exception is the transform of the four begin-node functions,
- * which is kept by address until the node ends. Counts     Arrays come as a pointer and a count of
- * scalars (single floats, bytes or indices), never of vertices. A negative count throws
- * std::length_error "vector too long". Transforms 16 floats, four rows of four; points are row
- * vectors, so the translation stands in elements 12, 13 and 14. A null transform means the
- * identity. Silence    Bad input, unknown names and files that cannot be opened make a function do
- * nothing. There is no error text and no last-error call; "Nothing happens when" tells the cases.
- * Exceptions Nothing is caught at this boundary: std::bad_alloc, and the std::length_error and
- *            std::out_of_range that single functions name, reach the caller. On Windows they can be
- *            caught by type only when host and library are built with the same compiler family.
- * Threads    No function takes a lock, and a session belongs to one thread at a time. The text of
- *            Q7SetDccPluginInfo and the path last given to SetModelFilePath are shared by all
- *            sessions of the process without protection.
+ * - Sessions: a session is the opaque pointer that CreateSession returns. Sessions are independent,
+ *   but for the process-wide values named below. The handle must be one that is alive; it is not
+ *   tested.
+ * - Text: strings are zero-terminated UTF-16 (Q7Char: wchar_t on Windows, char16_t elsewhere) and
+ *   must not be null. Any sequence of code units is allowed, unpaired surrogates included; where
+ *   text becomes UTF-8 each of those is written as U+FFFD.
+ * - Ownership: strings and arrays are copied before the call returns. The one exception is the
+ *   transform of the four begin-node functions, which is kept by address until the node ends.
+ * - Counts: arrays come as a pointer and a count of scalars (single floats, bytes or indices), never
+ *   of vertices. A negative count throws std::length_error "vector too long".
+ * - Transforms: 16 floats, four rows of four; points are row vectors, so the translation stands in
+ *   elements 12, 13 and 14. A null transform means the identity.
+ * - Silence: bad input, unknown names and files that cannot be opened make a function do nothing.
+ *   There is no error text and no last-error call; "Nothing happens when" tells the cases.
+ * - Exceptions: nothing is caught at this boundary. std::bad_alloc, and the std::length_error and
+ *   std::out_of_range that single functions name, reach the caller. On Windows they can be caught by
+ *   type only when host and library are built with the same compiler family.
+ * - Threads: no function takes a lock, and a session belongs to one thread at a time. The text of
+ *   Q7SetDccPluginInfo and the path last given to SetModelFilePath are shared by all sessions of the
+ *   process without protection.
  *
  * The header is C and C++. The functions that exist in C++ only are marked so.
  */
@@ -141,8 +142,7 @@ Q7_API void SetGenMatInstances(void* session, uint8_t flag);
  *  info: replaces the text of the whole process; it starts empty. Needs no session. */
 Q7_API void Q7SetDccPluginInfo(const Q7Char* info);
 
-/** Chooses what an unknown material name becomes when a node ends. Set it before the first
- * material.
+/** Chooses what an unknown material name becomes when a node ends. Set it before the first material.
  *
  *  version: 0 (the start value) adds a text material with the default text, 1 adds a typed material
  *           without properties, any other value adds none, so that the instance is not made.
@@ -156,7 +156,9 @@ Q7_API void Q7SetMaterialVersion(void* session, uint32_t version);
 
 /** Adds a mesh, or replaces the arrays of the mesh of that name. C++ only.
  *
- *  name:      the identity of the mesh. Instances that use it see the new arrays.
+ *  name:      the identity of the mesh. Instances that use it see the new arrays. Q7EndNode tells the
+ *             names of the meshes of nodes: one of those is updated here, and a mesh that has such a
+ *             name is updated when the node ends.
  *  positions: 3 floats a vertex; positionCount is a multiple of 3
  *  normals:   3 floats a vertex, or none
  *  uvs:       2 floats a vertex, always there
@@ -164,9 +166,10 @@ Q7_API void Q7SetMaterialVersion(void* session, uint32_t version);
  *  indices:   corner indices, 3 a triangle, passed on as they are
  *  Each count is the number of scalars. A null array is empty whatever its count.
  *
- *  Makes no instance. Nothing happens when a new mesh has position, normal and uv counts that do
- * not fit each other; a mesh that exists takes the arrays unchecked. Throws std::length_error
- * "vector too long" for a negative count with an array. */
+ *  Makes no instance. Nothing happens when a new mesh has position, normal and uv counts that do not
+ *  fit each other; a mesh that exists takes the arrays unchecked.
+ *  Throws std::length_error "vector too long", with nothing changed, for a negative count of an array
+ *  that is not null. */
 Q7_API void AddMesh(void* session, const Q7Char* name, float* positions, int positionCount,
                     float* normals, int normalCount, float* uvs, int uvCount, unsigned char* colors,
                     int colorCount, int* indices, int indexCount)
@@ -208,7 +211,9 @@ Q7_API void Q7BeginNode(void* session, const Q7Char* nodeName, const float* tran
 /** Opens a node as Q7BeginNode does, with the number of triangles to expect.
  *
  *  triangleHint: triangles of the node; memory for all of them is reserved for each material of the
- *                node. 0 reserves nothing. Taken also when nodeName is empty. */
+ *                node. 0 reserves nothing. Taken also when nodeName is empty. What is left over goes back
+ *                when the node ends. A hint beyond the memory there is makes the first triangle call
+ *                of a material throw std::bad_alloc. */
 Q7_API void Q7BeginNodeHint(void* session, const Q7Char* nodeName, const float* transform,
                             uint32_t triangleHint, const Q7Char* instancePath);
 
@@ -221,9 +226,10 @@ Q7_API void MaxBeginNodeHint(void* session, const Q7Char* nodeName, const float*
 
 /** Ends the open node: one mesh and one instance come of each material that its triangles named.
  *
- *  A mesh is named after its node and material. Normals that are not one per vertex are dropped,
- * and a mesh without indices gets 0, 1, 2 and so on. A material that is unknown is made as
- *  Q7SetMaterialVersion tells.
+ *  The mesh of a material is named after the node, with each "_" turned into "@", then "_", then the
+ *  material as the triangle calls named it; the model's mesh of that name is updated or made. Normals
+ *  that are not one per vertex are dropped, and a mesh without indices gets 0, 1, 2 and so on. A
+ *  material that is unknown is made as Q7SetMaterialVersion tells.
  *  With no node open, triangles given since the last end become instances all the same, at the
  *  transform of the last begin call: it must then still be alive.
  *  Cost: independent of the number of triangles, unless indices are to be made. */

@@ -1,6 +1,7 @@
 #include "materials/q7_material.h"
 
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 
 #include "materials/material_catalogue.h"
@@ -19,6 +20,8 @@ WideString printNumber(std::int32_t number) {
 
 // Six significant digits, with an exponent where that is shorter, whatever the host's locale.
 WideString printNumber(float number) {
+    // Runtimes differ in how they spell the sign of what is not a number.
+    if (std::isnan(number)) return u"nan";
     char buffer[32];
     const auto end = std::to_chars(buffer, std::end(buffer), static_cast<double>(number),
                                    std::chars_format::general, 6);

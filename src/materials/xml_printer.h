@@ -9,8 +9,7 @@ class XMLPrinter {
   public:
     // The name is printed as it stands; the caller keeps it alive until the element is closed.
     void OpenElement(WideView name);
-    // Text of the open element, which then stays on one line. Outside of a CDATA section "&", "<"
-    // and
+    // Text of the open element, which then stays on one line. Outside of a CDATA section "&", "<" and
     // ">" become entities.
     void PushText(WideView text, bool cdata = false);
     void CloseElement();

@@ -20,9 +20,27 @@ WideString meshNameOf(WideView node, WideView material) {
     return name;
 }
 
+// All the room first: a call that runs out of memory leaves the arrays as they were.
+void makeRoom(MeshArrays& mesh, const TriangleBatch& batch) {
+    const auto triangles = static_cast<std::size_t>(batch.triangleCount);
+    growFor(mesh.positions, 9 * triangles);
+    if (batch.normals) growFor(mesh.normals, 9 * triangles);
+    growFor(mesh.uvs, 6 * triangles);
+    if (batch.indices) growFor(mesh.indices, batch.indexCount);
+}
+
+// Gives back what a generous hint reserved; growth by doubling alone never leaves that much.
+template <class Number>
+void trim(Array<Number>& array) {
+    if (array.capacity() / 2 > array.size()) array.shrink_to_fit();
+}
+
 void completeMesh(MeshArrays& mesh) {
     const std::size_t vertices = mesh.positions.size() / 3;
-    if (mesh.normals.size() / 3 != vertices) mesh.normals = {};
+    if (mesh.normals.size() / 3 != vertices) mesh.normals.clear();
+    trim(mesh.positions);
+    trim(mesh.normals);
+    trim(mesh.uvs);
     if (mesh.indices.empty()) {
         mesh.indices.resize(vertices);
         std::iota(mesh.indices.begin(), mesh.indices.end(), 0);
@@ -48,12 +66,11 @@ void NodeBuilder::begin(WideView nodeName, const float* nodeTransform, std::uint
 void NodeBuilder::addTriangles(WideView materialName, const TriangleBatch& batch) {
     if (batch.triangleCount < 0) throwVectorTooLong();
     const auto triangles = static_cast<std::size_t>(batch.triangleCount);
-    Mesh& mesh = subMeshOf(materialName);
-    // All the room first: a call that runs out of memory leaves the arrays as they were.
-    growFor(mesh.positions, 9 * triangles);
-    if (batch.normals) growFor(mesh.normals, 9 * triangles);
-    growFor(mesh.uvs, 6 * triangles);
-    if (batch.indices) growFor(mesh.indices, batch.indexCount);
+    const auto* const found = subMeshes.find(materialName);
+    auto added = found ? nullptr : makeSubMesh(materialName);
+    Mesh& mesh = found ? **found : *added;
+    makeRoom(mesh, batch);
+    if (added) subMeshes.tryEmplace(materialName, std::move(added));
 
     appendTriples(mesh.positions, batch.positions, 3 * triangles, batch.order);
     if (batch.normals) appendTriples(mesh.normals, batch.normals, 3 * triangles, batch.order);
@@ -66,13 +83,14 @@ void NodeBuilder::addTriangles(WideView materialName, const TriangleBatch& batch
 }
 
 void NodeBuilder::end() {
-    for (auto& [material, mesh] : subMeshes) {
+    // Taken out first: a call that runs out of memory half-way must not hand a mesh over twice.
+    const auto ended = std::move(subMeshes);
+    for (const auto& [material, mesh] : ended) {
         completeMesh(*mesh);
         core->model->setMesh(mesh->name, std::move(static_cast<MeshArrays&>(*mesh)));
         const InstanceHandle handle = addInstance(mesh->name, material, transform, instancePath);
         nodeInstances[currentNode].push_back(handle);
     }
-    subMeshes.clear();
     currentNode.clear();
     instancePath.clear();
     triangleHint = 0;
@@ -85,7 +103,6 @@ void NodeBuilder::duplicate(WideView sourceNode, WideView newNode, const float* 
     if (!sources) return;
     // A node may be duplicated onto itself: the list as it is now counts.
     const std::size_t count = sources->size();
-    copies.reserve(copies.size() + count);
     for (std::size_t i = 0; i < count; ++i) {
         const auto* const source = reinterpret_cast<const Instance*>((*sources)[i]);
         if (!source) continue;
@@ -102,8 +119,7 @@ void NodeBuilder::remove(WideView node) {
     nodeInstances.erase(node);
 }
 
-Mesh& NodeBuilder::subMeshOf(WideView materialName) {
-    if (const auto* const mesh = subMeshes.find(materialName)) return **mesh;
+std::shared_ptr<Mesh> NodeBuilder::makeSubMesh(WideView materialName) const {
     auto mesh = std::make_shared<Mesh>();
     if (triangleHint != 0) {
         const std::size_t triangles = triangleHint;
@@ -112,7 +128,7 @@ Mesh& NodeBuilder::subMeshOf(WideView materialName) {
         mesh->uvs.reserve(6 * triangles);
     }
     mesh->name = meshNameOf(currentNode, materialName);
-    return *subMeshes.tryEmplace(materialName, std::move(mesh)).first;
+    return mesh;
 }
 
 InstanceHandle NodeBuilder::addInstance(WideView meshName, WideView materialName,

@@ -55,7 +55,7 @@ class NodeBuilder {
     std::uint32_t triangleHint = 0;
 
   private:
-    Mesh& subMeshOf(WideView materialName);
+    std::shared_ptr<Mesh> makeSubMesh(WideView materialName) const;
     InstanceHandle addInstance(WideView meshName, WideView materialName,
                                const float* instanceTransform, WideView path);
 };

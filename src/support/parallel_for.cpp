@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <exception>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <thread>
@@ -70,13 +71,15 @@ void ParallelFor(std::size_t count, std::size_t smallestPiece, const Body& body)
     RemainingRange range(count, smallestPiece, threads);
     {
         std::vector<std::jthread> helpers;
-        helpers.reserve(threads - 1);
         try {
+            helpers.reserve(threads - 1);
             while (helpers.size() < threads - 1) {
                 helpers.emplace_back([&] { work(range, body); });
             }
         } catch (const std::system_error&) {
             // The system has no more threads to give: those there are do the work.
+        } catch (const std::bad_alloc&) {
+            // Nor has it memory for them.
         }
         work(range, body);
     }

@@ -20,7 +20,8 @@ void writeArray(const Array<Number>& numbers, const ByteWriter& writer) {
 
 ByteWriter Q7Sync::toFile(std::FILE* file) {
     return [file](const void* data, std::size_t size) {
-        [[maybe_unused]] const std::size_t written = std::fwrite(data, 1, size, file);
+        // An empty array has no address to give.
+        if (size != 0) std::fwrite(data, 1, size, file);
     };
 }
 

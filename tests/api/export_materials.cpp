@@ -51,6 +51,8 @@ TEST(Q7SetMaterialType, AnyOtherTypeIsWrittenAsTypeZero) {
     const Host host;
     Q7AddMaterial(host.session, Q7T("m"));
     for (const std::uint32_t type : {10U, 11U, 1000U, 0xFFFFFFFFU}) {
+        Q7SetMaterialType(host.session, Q7T("m"), 3);
+        ASSERT_EQ(xmlOf(host), xmlWith("", "Base_11"));
         Q7SetMaterialType(host.session, Q7T("m"), type);
         EXPECT_EQ(xmlOf(host), xmlWith(""));
     }
@@ -81,7 +83,7 @@ TEST(Q7SetMaterialProperty, WritesFloatsWithSixDigits) {
                                                   {3.0e38F, "3e+38"},
                                                   {std::numeric_limits<float>::infinity(), "inf"},
                                                   {-std::numeric_limits<float>::infinity(), "-inf"},
-                                                  {std::numeric_limits<float>::quiet_NaN(), "nan"}};
+                                                  {std::numeric_limits<float>::quiet_NaN(), "nan"}, {-std::numeric_limits<float>::quiet_NaN(), "nan"}};
     for (const auto& [value, text] : rows) {
         const Host host;
         Q7AddMaterial(host.session, Q7T("m"));
@@ -154,23 +156,39 @@ TEST(Q7ResetMaterial, RemovesThePropertiesAndKeepsTheType) {
 }
 
 TEST(TypedMaterials, AreFoundBySlashAndAtAlike) {
+    for (const auto* name : {Q7T("a/b"), Q7T("a@b")}) {
+        const Host host;
+        Q7AddMaterial(host.session, Q7T("a/b"));
+        Q7AddMaterial(host.session, Q7T("a@b"));
+        Q7SetMaterialType(host.session, name, 1);
+        Q7SetMaterialIntProperty(host.session, name, Q7T("i"), 1);
+        Q7SetMaterialFloatProperty(host.session, name, Q7T("f"), 1);
+        Q7SetMaterialStringProperty(host.session, name, Q7T("s"), Q7T("t"));
+        Q7RemoveMaterialProperty(host.session, name, Q7T("i"));
+        const auto materials = host.saved().materials;
+        ASSERT_EQ(materials.size(), 1U);
+        EXPECT_EQ(materials[0].name, u"a@b");
+        EXPECT_EQ(wideToUtf8(materials[0].xml),
+                  "<Material_2>\n    <id>a@b</id>\n"
+                  "    <Type>/Game/MatLib2/Base/Base/Base_2/m.m</Type>\n"
+                  "    <f>1</f>\n    <s>t</s>\n</Material_2>\n");
+        Q7ResetMaterial(host.session, name);
+        EXPECT_EQ(xmlOf(host).find("<f>"), std::string::npos);
+    }
+}
+
+TEST(TypedMaterials, PropertyNamesAreNotNormalised) {
     const Host host;
-    Q7AddMaterial(host.session, Q7T("a/b"));
-    Q7AddMaterial(host.session, Q7T("a@b"));
-    Q7SetMaterialType(host.session, Q7T("a@b"), 1);
-    Q7SetMaterialIntProperty(host.session, Q7T("a/b"), Q7T("i"), 1);
-    Q7SetMaterialFloatProperty(host.session, Q7T("a@b"), Q7T("f"), 1);
-    Q7SetMaterialStringProperty(host.session, Q7T("a/b"), Q7T("s"), Q7T("t"));
-    Q7RemoveMaterialProperty(host.session, Q7T("a/b"), Q7T("i"));
-    const auto materials = host.saved().materials;
-    ASSERT_EQ(materials.size(), 1U);
-    EXPECT_EQ(materials[0].name, u"a@b");
-    EXPECT_EQ(
-        wideToUtf8(materials[0].xml),
-        "<Material_2>\n    <id>a@b</id>\n    <Type>/Game/MatLib2/Base/Base/Base_2/m.m</Type>\n"
-        "    <f>1</f>\n    <s>t</s>\n</Material_2>\n");
-    Q7ResetMaterial(host.session, Q7T("a/b"));
-    EXPECT_EQ(xmlOf(host).find("<f>"), std::string::npos);
+    Q7AddMaterial(host.session, Q7T("m"));
+    Q7SetMaterialIntProperty(host.session, Q7T("m"), Q7T("a/i"), 1);
+    Q7SetMaterialFloatProperty(host.session, Q7T("m"), Q7T("a/f"), 2);
+    Q7SetMaterialStringProperty(host.session, Q7T("m"), Q7T("a/s"), Q7T("x/y"));
+    Q7SetMaterialIntProperty(host.session, Q7T("m"), Q7T("kept@"), 3);
+    Q7SetMaterialIntProperty(host.session, Q7T("m"), Q7T("gone/"), 4);
+    Q7RemoveMaterialProperty(host.session, Q7T("m"), Q7T("kept/"));
+    Q7RemoveMaterialProperty(host.session, Q7T("m"), Q7T("gone/"));
+    EXPECT_EQ(xmlOf(host), xmlWith("    <a/i>1</a/i>\n    <a/f>2</a/f>\n    <a/s>x/y</a/s>\n"
+                                   "    <kept@>3</kept@>\n"));
 }
 
 TEST(TypedMaterials, AnIdIsEscapedAndANameInTheStreamIsNot) {
@@ -248,6 +266,25 @@ TEST(Q7SaveMaterialToFile, ReplacesAFileAndDoesNothingWhereNoneCanBe) {
     Q7SaveMaterialToFile(host.session, Q7T(""));
     EXPECT_FALSE(std::filesystem::exists(folder / "missing"));
 }
+
+TEST(Q7SaveMaterialToFile, TakesPathsOfAnyUnicodeName) {
+    const Host host;
+    const TemporaryFolder folder;
+    AddMaterial(host.session, Q7T("m"), Q7T("x"));
+    const auto path = folder / std::filesystem::path(u"\u00E9\u4E2D\U0001F600.xml");
+    Q7SaveMaterialToFile(host.session, hostPath(path).c_str());
+    EXPECT_EQ(readFile(path), "x");
+}
+
+#if defined(__linux__)
+
+TEST(Q7SaveMaterialToFile, AFullDiskIsNotReported) {
+    const Host host;
+    AddMaterial(host.session, Q7T("m"), HostString(100000, u'x').c_str());
+    EXPECT_NO_THROW(Q7SaveMaterialToFile(host.session, Q7T("/dev/full")));
+}
+
+#endif
 
 TEST(Q7SaveMaterialToFile, ChangesNothingInTheSession) {
     const Host host;

@@ -60,6 +60,9 @@ TEST(AddMesh, ANullArrayIsEmptyWhateverItsCount) {
 TEST(AddMesh, ANegativeCountOfAnyArrayThrows) {
     const Host host;
     Arrays a;
+    addMesh(host, Q7T("mesh"));
+    const std::string before = host.savedBytes();
+    a.positions[0] = 77;
     for (int wrong = 0; wrong < 5; ++wrong) {
         const auto count = [&](int array, int right) { return array == wrong ? -1 : right; };
         try {
@@ -71,7 +74,7 @@ TEST(AddMesh, ANegativeCountOfAnyArrayThrows) {
             EXPECT_STREQ(error.what(), "vector too long");
         }
     }
-    EXPECT_TRUE(host.saved().meshes.empty());
+    EXPECT_EQ(host.savedBytes(), before);
 }
 
 TEST(AddMesh, RefusesANewMeshWhoseCountsDoNotFit) {
@@ -121,6 +124,18 @@ TEST(AddMesh, UpdatesTheMeshOfANodeUnderItsInstances) {
     EXPECT_EQ(stream.instances.size(), 1U);
     EXPECT_EQ(stream.meshes[0].indices.size(), 6U);
     EXPECT_NE(stream.headerText.find(u"\"triangleCount\":2"), WideString::npos);
+}
+
+TEST(AddMesh, LeavesTheOpenNodeAlone) {
+    const Host host;
+    MaxBeginNode(host.session, Q7T("node"), identity.data());
+    host.addTriangle(Q7T("m"));
+    addMesh(host, Q7T("other"));
+    host.addTriangle(Q7T("m"));
+    MaxEndNode(host.session);
+    const auto stream = host.saved();
+    EXPECT_EQ(stream.instances.size(), 1U);
+    EXPECT_EQ(stream.findMesh(u"node_m")->positions.size(), 18U);
 }
 
 TEST(AddMesh, AMeshUnderANodesNameIsUpdatedWhenTheNodeEnds) {

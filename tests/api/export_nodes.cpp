@@ -131,13 +131,23 @@ TEST(EndNode, MakesOneMeshAndOneInstanceForEachMaterialInTheirOrder) {
 
 TEST(EndNode, NamesMeshesAndMaterialsEachInTheirWay) {
     const Host host;
-    host.addNode(Q7T("a_b/c"), {Q7T("m"), Q7T("x/y_z"), Q7T("")});
+    host.addNode(Q7T("a_b/c_"), {Q7T("m"), Q7T("x/y_z"), Q7T("")});
     const auto stream = host.saved();
     EXPECT_EQ(namesOf(stream.meshes),
-              (std::vector<WideString>{u"a@b/c_m", u"a@b/c_x/y_z", u"a@b/c_"}));
+              (std::vector<WideString>{u"a@b/c@_m", u"a@b/c@_x/y_z", u"a@b/c@_"}));
     EXPECT_EQ(namesOf(stream.materials), (std::vector<WideString>{u"m", u"x@y_z", u"No Material"}));
     EXPECT_EQ(stream.instances.at(1).material, u"x@y_z");
     EXPECT_EQ(stream.instances.at(2).material, u"No Material");
+}
+
+TEST(EndNode, MaterialsAreToldApartAsTheHostNamedThem) {
+    const Host host;
+    host.addNode(Q7T("n"), {Q7T("a/b"), Q7T("a@b"), Q7T(""), Q7T("No Material")});
+    const auto stream = host.saved();
+    EXPECT_EQ(namesOf(stream.meshes),
+              (std::vector<WideString>{u"n_a/b", u"n_a@b", u"n_", u"n_No Material"}));
+    EXPECT_EQ(namesOf(stream.materials), (std::vector<WideString>{u"a@b", u"No Material"}));
+    EXPECT_EQ(stream.instances.size(), 4U);
 }
 
 TEST(EndNode, TheFallbackMaterialIsAnOrdinaryOne) {
@@ -225,6 +235,8 @@ TEST(EndNode, ANodeExportedAgainUpdatesItsMeshAndAddsInstances) {
     ASSERT_EQ(stream.meshes.size(), 1U);
     EXPECT_EQ(stream.meshes[0].positions.size(), 18U);
     EXPECT_EQ(stream.instances.size(), 2U);
+    // Both instances have the two triangles.
+    EXPECT_NE(stream.headerText.find(u"\"triangleCount\":4}"), WideString::npos);
     // The node's list has both: a duplicate has two as well.
     MaxDuplicateNode(host.session, Q7T("node"), Q7T("copy"), identity.data());
     EXPECT_EQ(Q7InstanceCount(host.session), 4U);
@@ -426,7 +438,9 @@ TEST(AddIndexTriangles, CopiesBeforeItReturns) {
         soup->positions.assign(9, 0.0F);
     }
     MaxEndNode(host.session);
-    EXPECT_EQ(host.saved().meshes.at(0).positions, Soup(1).positions);
+    const auto stream = host.saved();
+    EXPECT_EQ(stream.meshes.at(0).positions, Soup(1).positions);
+    EXPECT_EQ(stream.instances.at(0).material, u"m");
 }
 
 TEST(DuplicateNode, PlacesEachInstanceAgainWithTheGivenTransform) {

@@ -101,6 +101,16 @@ TEST(SaveRaw, DoesNothingWhereNoFileCanBe) {
     EXPECT_FALSE(host.savedBytes().empty());
 }
 
+#if defined(__linux__)
+
+TEST(SaveRaw, AFullDiskIsNotReported) {
+    const Host host;
+    host.addNode(Q7T("node"), {Q7T("m")});
+    EXPECT_NO_THROW(Q7SaveRawToFile(host.session, Q7T("/dev/full")));
+}
+
+#endif
+
 TEST(SaveRaw, ChangesNothingInTheSession) {
     const Host host;
     host.addNode(Q7T("a"), {Q7T("m"), Q7T("n")});
@@ -110,6 +120,9 @@ TEST(SaveRaw, ChangesNothingInTheSession) {
     host.addTriangle(Q7T("m"));
     const std::string before = host.savedBytes();
     EXPECT_EQ(host.savedBytes(), before);
+    // The open node's triangles are no part of the model yet.
+    EXPECT_EQ(Q7InstanceCount(host.session), 3U);
+    EXPECT_EQ(namesOf(host.saved().meshes), (std::vector<WideString>{u"a_m", u"a_n", u"b_m"}));
     MaxEndNode(host.session);
     EXPECT_EQ(host.saved().instances.size(), 4U);
 }

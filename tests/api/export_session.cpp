@@ -75,11 +75,13 @@ TEST(Q7SetDccPluginInfo, IsSharedByAllSessions) {
 
 TEST(Q7SetMaterialVersion, ShowsInTheHeaderPlusOne) {
     const Host host;
+    const Host other;
     EXPECT_EQ(headerOf(host)["materialVersion"], 1);
     Q7SetMaterialVersion(host.session, 1);
     EXPECT_EQ(headerOf(host)["materialVersion"], 2);
     Q7SetMaterialVersion(host.session, 77);
     EXPECT_EQ(headerOf(host)["materialVersion"], 78);
+    EXPECT_EQ(headerOf(other)["materialVersion"], 1);
     Q7SetMaterialVersion(host.session, 0xFFFFFFFF);
     EXPECT_EQ(headerOf(host)["materialVersion"], 0);
 }

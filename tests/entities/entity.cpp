@@ -135,6 +135,14 @@ TEST(Entity, ElementCountsFollowTheType) {
     EXPECT_EQ(static_cast<int>(PropertyType::Text), 4);
 }
 
+TEST(Entity, ARestOfAnElementDoesNotCount) {
+    Q7Entity entity;
+    entity.set(u"int", PropertyType::Int, std::vector<std::byte>(6));
+    entity.set(u"none", PropertyType::Int, std::vector<std::byte>(3));
+    entity.set(u"text", PropertyType::Text, std::vector<std::byte>(5, std::byte{0x41}));
+    EXPECT_EQ(jsonOf(entity), "{\"int\":0,\"text\":\"\u4141\u4141\"}");
+}
+
 TEST(Entity, ATextHoldsItsTerminator) {
     Q7Entity entity;
     entity.setText(u"empty", u"");

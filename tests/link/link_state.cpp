@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+TEST(LinkState, StartsEmpty) { EXPECT_EQ(LinkState().modelFilePath, u""); }
+
 TEST(LinkState, IsOneForTheProcess) {
     EXPECT_EQ(&linkState(), &linkState());
 }

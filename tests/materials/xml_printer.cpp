@@ -71,6 +71,25 @@ TEST(XmlPrinter, BreaksNoLineBesideText) {
     EXPECT_EQ(textOf(printer), "<a>x<b>y</b>z</a>\n");
 }
 
+TEST(XmlPrinter, LinesBreakAgainOnceTheTextsOwnElementIsClosed) {
+    XMLPrinter kept;
+    kept.OpenElement(u"a");
+    kept.PushText(u"x");
+    for (const auto* name : {u"b", u"c"}) {
+        kept.OpenElement(name);
+        kept.CloseElement();
+    }
+    kept.CloseElement();
+    EXPECT_EQ(textOf(kept), "<a>x<b/><c/></a>\n");
+
+    XMLPrinter replaced;
+    replaced.OpenElement(u"a");
+    replaced.PushText(u"x");
+    printElement(replaced, u"b", u"y");
+    replaced.CloseElement();
+    EXPECT_EQ(textOf(replaced), "<a>x<b>y</b>\n</a>\n");
+}
+
 TEST(XmlPrinter, ASecondRootFollowsOnItsOwnLine) {
     XMLPrinter printer;
     printElement(printer, u"a", u"1");

@@ -100,6 +100,14 @@ TEST(ModelAddInstance, NeedsItsMeshAndItsMaterial) {
     EXPECT_EQ(instance.path, u"/p");
 }
 
+TEST(ModelAddInstance, TakesTheMaterialsKeyAsItIs) {
+    Model model;
+    model.addMesh(u"mesh", arrays(9, 0, 6));
+    model.addDefaultMaterial(u"a@b");
+    EXPECT_EQ(model.addInstance(u"mesh", u"a/b", nullptr, u""), 0U);
+    EXPECT_NE(model.addInstance(u"mesh", u"a@b", nullptr, u""), 0U);
+}
+
 TEST(ModelAddInstance, ANullTransformIsTheIdentity) {
     Model model;
     model.addMesh(u"mesh", arrays(9, 0, 6));
@@ -151,6 +159,15 @@ TEST(ModelMaterials, AreAddedOnceUnderTheNameAsGiven) {
     EXPECT_EQ(model.addDefaultMaterial(u"m"), nullptr);
     EXPECT_EQ(added->toXml(), u"text");
     EXPECT_EQ(model.addDefaultMaterial(u"d")->toXml(), defaultMaterialXml);
+}
+
+TEST(ModelSetMaterialXml, ReplacesTheTextAndKeepsTheRecord) {
+    Model model;
+    Material* const material = model.addDefaultMaterial(u"a@b");
+    model.setMaterialXml(u"a/b", u"x");
+    EXPECT_EQ(model.findMaterial(u"a@b"), material);
+    EXPECT_EQ(material->xml, u"x");
+    EXPECT_EQ(model.materials.size(), 1U);
 }
 
 TEST(ModelMaterials, AreFoundByTheirNormalisedName) {

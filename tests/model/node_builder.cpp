@@ -26,7 +26,9 @@ TEST(NodeBuilder, KeepsTheCallersTransformUntilAnotherBegins) {
     EXPECT_EQ(builder.transform, first.data());
     EXPECT_EQ(builder.currentNode, u"node");
     EXPECT_EQ(builder.instancePath, u"path");
+    builder.addTriangles(u"m", oneTriangle());
     builder.end();
+    EXPECT_EQ(core.model->instances.at(0)->path, u"path");
     EXPECT_EQ(builder.transform, first.data());
     EXPECT_EQ(builder.currentNode, u"");
     EXPECT_EQ(builder.instancePath, u"");
@@ -46,6 +48,9 @@ TEST(NodeBuilder, AnEmptyNameKeepsTheNodeAndTakesTheHint) {
     EXPECT_EQ(builder.triangleHint, 7U);
     EXPECT_EQ(builder.nodeInstances.size(), 1U);
     builder.begin(u"plain", second.data(), u"");
+    EXPECT_EQ(builder.currentNode, u"plain");
+    EXPECT_EQ(builder.transform, second.data());
+    EXPECT_EQ(builder.instancePath, u"");
     EXPECT_EQ(builder.triangleHint, 7U);
     builder.end();
     EXPECT_EQ(builder.triangleHint, 0U);
@@ -64,6 +69,58 @@ TEST(NodeBuilder, TheHintReservesForEachSubMeshInFull) {
         EXPECT_GE(mesh.uvs.capacity(), 6000U);
         EXPECT_EQ(mesh.indices.capacity(), 0U);
     }
+}
+
+TEST(NodeBuilder, WhatAHintReservedTooMuchGoesBackAtTheEnd) {
+    SessionCore core;
+    NodeBuilder builder(core);
+    builder.begin(u"node", identityTransform.data(), 1000, u"");
+    builder.addTriangles(u"a", oneTriangle());
+    builder.end();
+    const Mesh& mesh = *core.model->meshAt(u"node_a");
+    EXPECT_LT(mesh.positions.capacity(), 100U);
+    EXPECT_EQ(mesh.normals.capacity(), 0U);
+    EXPECT_LT(mesh.uvs.capacity(), 100U);
+    EXPECT_EQ(mesh.positions.size(), 9U);
+}
+
+TEST(NodeBuilder, NullUvsAreZeroesInMemoryThatHeldOthers) {
+    SessionCore core;
+    NodeBuilder builder(core);
+    const float uvs[6] = {7, 7, 7, 7, 7, 7};
+    TriangleBatch batch = oneTriangle();
+    batch.uvs = uvs;
+    builder.addTriangles(u"a", batch);
+    Mesh& mesh = *builder.subMeshes.at(u"a");
+    mesh.uvs.clear();
+    builder.addTriangles(u"a", oneTriangle());
+    EXPECT_EQ(mesh.uvs, Array<float>(6, 0.0F));
+}
+
+TEST(NodeBuilder, ARefusedSubMeshLeavesItsMaterialAndHandleZero) {
+    SessionCore core;
+    NodeBuilder builder(core);
+    builder.begin(u"node", identityTransform.data(), u"");
+    builder.addTriangles(u"m", oneTriangle());
+    builder.subMeshes.at(u"m")->uvs.clear();
+    builder.end();
+    EXPECT_TRUE(core.model->hasMaterial(u"m"));
+    EXPECT_TRUE(core.model->meshes.empty());
+    EXPECT_EQ(builder.nodeInstances.at(u"node"), std::vector<InstanceHandle>{0});
+}
+
+TEST(NodeBuilder, AnUpdatedMeshKeepsItsRecord) {
+    SessionCore core;
+    NodeBuilder builder(core);
+    for (int round = 0; round < 2; ++round) {
+        builder.begin(u"node", identityTransform.data(), u"");
+        builder.addTriangles(u"m", oneTriangle());
+        builder.end();
+    }
+    const auto& instances = core.model->instances;
+    ASSERT_EQ(instances.size(), 2U);
+    EXPECT_EQ(instances[0]->mesh, instances[1]->mesh);
+    EXPECT_EQ(instances[0]->mesh, core.model->meshAt(u"node_m"));
 }
 
 TEST(NodeBuilder, WithoutAHintASubMeshHoldsWhatItWasGiven) {
@@ -104,6 +161,23 @@ TEST(NodeBuilder, ADuplicateHasThePointersOfItsSource) {
     EXPECT_EQ(instances[1]->mesh, instances[0]->mesh);
     EXPECT_EQ(instances[1]->material, instances[0]->material);
     EXPECT_EQ(instances[1]->path, u"p");
+}
+
+TEST(NodeBuilder, ManyCopiesUnderOneNameDoNotMoveTheListEachTime) {
+    SessionCore core;
+    NodeBuilder builder(core);
+    builder.begin(u"node", identityTransform.data(), u"");
+    builder.addTriangles(u"m", oneTriangle());
+    builder.end();
+    int moves = 0;
+    std::size_t capacity = 0;
+    for (int i = 0; i < 1000; ++i) {
+        builder.duplicate(u"node", u"copies", nullptr, u"");
+        if (builder.nodeInstances.at(u"copies").capacity() != capacity) ++moves;
+        capacity = builder.nodeInstances.at(u"copies").capacity();
+    }
+    EXPECT_EQ(builder.nodeInstances.at(u"copies").size(), 1000U);
+    EXPECT_LT(moves, 50);
 }
 
 TEST(NodeBuilder, AnUnknownSourceLeavesAnEmptyEntry) {

@@ -37,6 +37,8 @@ TEST(OpenForWriting, TakesAnyUnicodeName) {
     const auto path = folder / std::filesystem::path(u"\u00E9\u4E2D\U0001F600");
     std::fputs("x", platform::openBinaryForWriting(wide(path)).get());
     EXPECT_EQ(readFile(path), "x");
+    std::fputs("y", platform::openTextForWriting(wide(path)).get());
+    EXPECT_EQ(readFile(path), "y");
 }
 
 TEST(OpenForWriting, IsNullWhereNoFileCanBe) {

@@ -14,7 +14,8 @@ TEST(Array, AppendsCopies) {
 }
 
 TEST(Array, ResizeWithAValueFills) {
-    Array<float> array;
+    Array<float> array(100, 5.0F);
+    array.clear();
     array.resize(3, 0.0F);
     EXPECT_EQ(array, (Array<float>{0, 0, 0}));
 }

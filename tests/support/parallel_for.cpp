@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <mutex>
+#include <map>
 #include <set>
 #include <stdexcept>
 #include <thread>
@@ -48,6 +49,26 @@ TEST(ParallelFor, NoPieceButTheLastIsSmallerThanAsked) {
     });
     for (const auto& [first, last] : pieces) {
         EXPECT_TRUE(last == 1003 || last - first >= 100);
+    }
+}
+
+TEST(ParallelFor, StartsWithAProcessorsShareAndGoesOnWithLess) {
+    const std::size_t processors = std::thread::hardware_concurrency();
+    std::mutex mutex;
+    std::map<std::size_t, std::size_t> pieces;
+    ParallelFor(1000, 1, [&](std::size_t first, std::size_t last) {
+        const std::lock_guard lock(mutex);
+        pieces[first] = last - first;
+    });
+    if (processors < 2) {
+        EXPECT_EQ(pieces.size(), 1U);
+        return;
+    }
+    EXPECT_EQ(pieces.at(0), 1000 / processors);
+    EXPECT_GT(pieces.size(), processors);
+    EXPECT_EQ(pieces.rbegin()->second, 1U);
+    for (auto piece = pieces.begin(); std::next(piece) != pieces.end(); ++piece) {
+        EXPECT_GE(piece->second, std::next(piece)->second);
     }
 }
 

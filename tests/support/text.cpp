@@ -96,4 +96,13 @@ TEST(WideToUtf8, IsWhatTheSystemsConverterMakes) {
     }
 }
 
+TEST(Utf8ToWide, IsWhatTheSystemsConverterMakesOfValidText) {
+    const std::string text = wideToUtf8(u"A\u00E9\u20AC\U0001F600\uFFFF") + std::string("\0z", 2);
+    std::wstring wide(text.size(), L'\0');
+    const int units = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()),
+                                          wide.data(), static_cast<int>(wide.size()));
+    wide.resize(static_cast<std::size_t>(units));
+    EXPECT_EQ(utf8ToWide(text), WideString(wide.begin(), wide.end()));
+}
+
 #endif

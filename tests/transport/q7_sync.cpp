@@ -6,7 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "materials/q7_material.h"
+#include "tests/read_file.h"
+#include "tests/temporary_folder.h"
 
 namespace {
 
@@ -133,6 +134,17 @@ TEST(Q7Sync, TheHeadersMaterialVersionIsAnUnsigned32BitSum) {
     EXPECT_EQ(versionFor(0x7FFFFFFF), "2147483648");
     EXPECT_EQ(versionFor(0xFFFFFFFE), "4294967295");
     EXPECT_EQ(versionFor(0xFFFFFFFF), "0");
+}
+
+TEST(Q7Sync, AFileThatTakesNothingIsNotReported) {
+    const TemporaryFolder folder;
+    const std::string path = (folder / "file").string();
+    std::ofstream(path) << "abc";
+    std::FILE* const readOnly = std::fopen(path.c_str(), "rb");
+    ASSERT_NE(readOnly, nullptr);
+    EXPECT_NO_THROW(Q7Sync::toFile(readOnly)("xyz", 3));
+    std::fclose(readOnly);
+    EXPECT_EQ(readFile(path), "abc");
 }
 
 TEST(Q7Sync, AnEmptyWriterThrowsBadFunctionCall) {
