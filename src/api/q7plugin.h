@@ -58,8 +58,7 @@ typedef char16_t Q7Char;
 #define Q7_SYMBOL(name)
 #endif
 
-/** Order of the axes in a host's triples: the letters tell where each stored component comes from.
- */
+/** Order of the axes in a host's triples: the letters tell where each stored component comes from. */
 #ifdef __cplusplus
 enum class CoordOrder : int32_t {
     XYZ = 0, /**< stored as given */
@@ -93,7 +92,8 @@ extern "C" {
  *  Throws std::bad_alloc when memory runs out. */
 Q7_API void* CreateSession(void);
 
-/** Ends a session and frees all that it holds. The handle and every instance of it are gone.
+/** Ends a session and frees all that it holds. Values of the whole process stay, and so does a live
+ *  connection: DisConnect first.
  *
  *  session: a live session; null is not allowed. */
 Q7_API void DestroySession(void* session);
@@ -131,8 +131,8 @@ Q7_API void SetRelevantModelFilePath(void* session, const Q7Char* path);
  *  path: taken as it stands, not tested; may be empty. */
 Q7_API void SetTextureFolder(void* session, const Q7Char* path);
 
-/** Switches on or off that each live send carries one generated instance per material, so that the
- *  renderer also learns of materials that no geometry uses. Starts off.
+/** Switches on or off that each live send of a model with instances carries one generated instance per
+ *  material, so that the renderer also learns of materials that no geometry uses. Starts off.
  *
  *  flag: 0 is off, any other value on. Takes effect at the next send. */
 Q7_API void SetGenMatInstances(void* session, uint8_t flag);
@@ -146,7 +146,8 @@ Q7_API void Q7SetDccPluginInfo(const Q7Char* info);
  *
  *  version: 0 (the start value) adds a text material with the default text, 1 adds a typed material
  *           without properties, any other value adds none, so that the instance is not made.
- *           Materials that exist stay as they are. */
+ *           Materials that exist stay as they are. The stream's header shows the version plus 1, and
+ *           with version 1 the material file has a root element. */
 Q7_API void Q7SetMaterialVersion(void* session, uint32_t version);
 
 /* ---- Whole meshes, text materials, scene records --------------------------------------------- */
@@ -211,9 +212,9 @@ Q7_API void Q7BeginNode(void* session, const Q7Char* nodeName, const float* tran
 /** Opens a node as Q7BeginNode does, with the number of triangles to expect.
  *
  *  triangleHint: triangles of the node; memory for all of them is reserved for each material of the
- *                node. 0 reserves nothing. Taken also when nodeName is empty. What is left over goes back
- *                when the node ends. A hint beyond the memory there is makes the first triangle call
- *                of a material throw std::bad_alloc. */
+ *                node, and what is left over goes back when the node ends. 0 reserves nothing. Taken
+ *                also when nodeName is empty. A hint beyond the memory there is makes the first
+ *                triangle call of a material throw std::bad_alloc. */
 Q7_API void Q7BeginNodeHint(void* session, const Q7Char* nodeName, const float* transform,
                             uint32_t triangleHint, const Q7Char* instancePath);
 
@@ -273,7 +274,8 @@ Q7_API void MaxAddIndexTriangles(void* session, const Q7Char* materialName, int 
 /** Places the geometry of one node again as another node, with the instance path "/".
  *
  *  existingNode: a node that was ended. Its own transform plays no part.
- *  newNode:      gets one instance for each of the existing node; they join those it has
+ *  newNode:      gets one instance for each that the existing node has at the time of the call; they
+ *                join those it has. They share mesh and material: an update of the mesh shows in all.
  *  transform:    16 floats, read at once
  *
  *  When existingNode is unknown, newNode becomes known and gets no instances.
@@ -311,8 +313,9 @@ extern "C" {
 #endif
 
 /* ---- Typed materials ------------------------------------------------------------------------- */
-/* In all of these, every "/" in a material name becomes "@". Property names are free, and kept as
- * they are. */
+/* In all of these, every "/" in a material name becomes "@". Property names are free and differ by
+ * case. They become the names of XML elements, with each blank turned into "--" and nothing else
+ * changed or escaped: choose names that XML allows. In values "&", "<" and ">" become entities. */
 
 /** Adds a typed material of type 0 without properties.
  *
@@ -326,7 +329,8 @@ Q7_API void Q7ResetMaterial(void* session, const Q7Char* name);
 
 /** Chooses the base material by its index in the renderer's catalogue.
  *
- *  type: 0 to 9. A larger value is stored too, and written as type 0.
+ *  type: 0 to 9, for Base_9, Base_2, Base_5, Base_11, Base_6, Base_12, Base_13, Base_15, Base_17 and
+ *        Base_18. A larger value is stored too, and written as type 0.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
 Q7_API void Q7SetMaterialType(void* session, const Q7Char* name, uint32_t type);
@@ -343,7 +347,8 @@ Q7_API void Q7SetMaterialIntProperty(void* session, const Q7Char* name, const Q7
 Q7_API void Q7SetMaterialFloatProperty(void* session, const Q7Char* name, const Q7Char* property,
                                        float value);
 
-/** Sets a property to a text, replacing what it held. A texture is a text: the path of its file.
+/** Sets a property to a text, replacing what it held. A texture is a text: the path of its file, which
+ *  is written as it stands; the renderer looks for the file by its name alone.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
 Q7_API void Q7SetMaterialStringProperty(void* session, const Q7Char* name, const Q7Char* property,
@@ -354,8 +359,10 @@ Q7_API void Q7SetMaterialStringProperty(void* session, const Q7Char* name, const
  *  Nothing happens when the material or the property is unknown. */
 Q7_API void Q7RemoveMaterialProperty(void* session, const Q7Char* name, const Q7Char* property);
 
-/** Writes the list of all materials as XML text in UTF-8, replacing the file. Line ends are those
- * of the platform's text files: CR LF on Windows, LF elsewhere.
+/** Writes all materials as XML text in UTF-8, in the order in which they were added, replacing the
+ *  file: typed ones as the library words them, text ones as they were given. With material version 1
+ *  they stand inside of one root element, else there is none. There is no declaration and no
+ *  byte-order mark; line ends are those of the platform's text files: CR LF on Windows, LF elsewhere.
  *
  *  Nothing happens when the file cannot be opened for writing; a write that fails later is not
  *  reported. */
@@ -363,8 +370,9 @@ Q7_API void Q7SaveMaterialToFile(void* session, const Q7Char* path);
 
 /* ---- Saving ---------------------------------------------------------------------------------- */
 
-/** Writes the model to a model stream file as it stands, replacing the file: every mesh, used or
- * not, and every instance, those marked for removal included. The session stays as it is.
+/** Writes the model to a model stream file as it stands, replacing the file: every mesh, used or not,
+ *  and every instance, those marked for removal included. The triangles of a node that is still open
+ *  are no part of the model yet. The session stays as it is.
  *
  *  Nothing happens when the file cannot be opened for writing; a full disk leaves a short file and
  *  is not reported.
