@@ -1,0 +1,61 @@
+// Named shared memory: blocks that processes of one user on one machine find by name.
+//
+// On POSIX the name is that of a shared memory object, "/" put before it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+
+#include "support/text.h"
+
+namespace platform {
+
+enum class BlockAccess { ReadWrite, ReadOnly };
+
+// A block that another process made, mapped whole.
+class OpenedBlock {
+  public:
+    // Nothing when there is no such block; never makes one. A block that opens and cannot be mapped,
+    // or that has no bytes, has an empty view.
+    static std::optional<OpenedBlock> open(WideView name, BlockAccess access);
+
+    OpenedBlock(OpenedBlock&&) noexcept;
+    OpenedBlock& operator=(OpenedBlock&&) noexcept;
+    ~OpenedBlock();
+
+    // Not to be written to when opened read-only.
+    std::span<std::byte> view() const;
+
+  private:
+    struct Mapping;
+    explicit OpenedBlock(std::unique_ptr<Mapping> mapping);
+    std::unique_ptr<Mapping> mapping_;
+};
+
+// A block that this process makes. Closing it takes its name away on POSIX, whoever made it; on
+// Windows the name goes with the last handle of any process.
+class CreatedBlock {
+  public:
+    // Makes a block of that size, or opens the one of that name that is there already, whatever its
+    // size. The memory is reserved at once: where there is not enough the view is empty.
+    static CreatedBlock create(WideView name, std::uint32_t size);
+
+    CreatedBlock(CreatedBlock&&) noexcept;
+    CreatedBlock& operator=(CreatedBlock&&) noexcept;
+    ~CreatedBlock();
+
+    bool alreadyExisted() const;
+    // As many bytes as can be written, which for a block that was there already may be fewer or more
+    // than asked for; empty when the block could not be made or mapped.
+    std::span<std::byte> view() const;
+
+  private:
+    struct Mapping;
+    explicit CreatedBlock(std::unique_ptr<Mapping> mapping);
+    std::unique_ptr<Mapping> mapping_;
+};
+
+}  // namespace platform
