@@ -69,21 +69,23 @@ TEST(Q7SetMaterialProperty, WritesIntegersAsDecimals) {
 }
 
 TEST(Q7SetMaterialProperty, WritesFloatsWithSixDigits) {
-    const std::pair<float, const char*> rows[] = {{0.5F, "0.5"},
-                                                  {0.1F, "0.1"},
-                                                  {100000.0F, "100000"},
-                                                  {1000000.0F, "1e+06"},
-                                                  {1234567.0F, "1.23457e+06"},
-                                                  {0.0F, "0"},
-                                                  {-0.0F, "-0"},
-                                                  {-2.25F, "-2.25"},
-                                                  {0.0001F, "0.0001"},
-                                                  {0.00001F, "1e-05"},
-                                                  {1.0F / 3.0F, "0.333333"},
-                                                  {3.0e38F, "3e+38"},
-                                                  {std::numeric_limits<float>::infinity(), "inf"},
-                                                  {-std::numeric_limits<float>::infinity(), "-inf"},
-                                                  {std::numeric_limits<float>::quiet_NaN(), "nan"}, {-std::numeric_limits<float>::quiet_NaN(), "nan"}};
+    const std::pair<float, const char*> rows[] = {
+        {0.5F, "0.5"},
+        {0.1F, "0.1"},
+        {100000.0F, "100000"},
+        {1000000.0F, "1e+06"},
+        {1234567.0F, "1.23457e+06"},
+        {0.0F, "0"},
+        {-0.0F, "-0"},
+        {-2.25F, "-2.25"},
+        {0.0001F, "0.0001"},
+        {0.00001F, "1e-05"},
+        {1.0F / 3.0F, "0.333333"},
+        {3.0e38F, "3e+38"},
+        {std::numeric_limits<float>::infinity(), "inf"},
+        {-std::numeric_limits<float>::infinity(), "-inf"},
+        {std::numeric_limits<float>::quiet_NaN(), "nan"},
+        {-std::numeric_limits<float>::quiet_NaN(), "nan"}};
     for (const auto& [value, text] : rows) {
         const Host host;
         Q7AddMaterial(host.session, Q7T("m"));

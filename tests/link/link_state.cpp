@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
-TEST(LinkState, StartsEmpty) { EXPECT_EQ(LinkState().modelFilePath, u""); }
+TEST(LinkState, StartsEmpty) {
+    EXPECT_EQ(LinkState().modelFilePath, u"");
+}
 
 TEST(LinkState, IsOneForTheProcess) {
     EXPECT_EQ(&linkState(), &linkState());

@@ -17,8 +17,8 @@ TEST(AnsiToWide, TakesTheSystemsCodePage) {
     char narrow[8] = {};
     BOOL lost = FALSE;
     const bool utf8 = GetACP() == CP_UTF8;
-    WideCharToMultiByte(CP_ACP, utf8 ? 0 : WC_NO_BEST_FIT_CHARS, original, -1, narrow, sizeof narrow, nullptr,
-                        utf8 ? nullptr : &lost);
+    WideCharToMultiByte(CP_ACP, utf8 ? 0 : WC_NO_BEST_FIT_CHARS, original, -1, narrow,
+                        sizeof narrow, nullptr, utf8 ? nullptr : &lost);
     EXPECT_EQ(platform::ansiToWide(narrow), lost ? u"?" : u"\u00E9");
 }
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
-#include <mutex>
 #include <map>
+#include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>

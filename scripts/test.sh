@@ -1,0 +1,92 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds everything and runs all tests.
+#
+#   scripts/test.sh             all builds
+#   scripts/test.sh --linux     the Linux builds: optimised, address and thread sanitizers
+#   scripts/test.sh --windows   the Windows build, its tests under Wine
+#
+# A build or a test that fails does not keep the others from running. The last line tells how many
+# tests passed and failed, and the exit code is 0 only when none failed. Logs and reports are left
+# in build/test-results.
+set -uo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+exec </dev/null
+
+linux=(linux-release linux-asan linux-tsan)
+windows=(windows)
+case "${1-}" in
+"") presets=("${linux[@]}" "${windows[@]}") ;;
+--linux) presets=("${linux[@]}") ;;
+--windows) presets=("${windows[@]}") ;;
+*)
+    echo "test: unknown option $1 (use --linux or --windows, or neither for all builds)" >&2
+    exit 2
+    ;;
+esac
+
+results=$PWD/build/test-results
+started=$SECONDS
+say() { printf '== %4d s  %s\n' $((SECONDS - started)) "$1"; }
+
+# step PRESET WHAT COMMAND...: runs a step with its output in a log. A failure is recorded where
+# the count finds it, and shows the end of the log.
+step() {
+    local preset=$1 what=$2 log=$results/$1/$2.log
+    shift 2
+    say "$preset: $what"
+    "$@" >"$log" 2>&1 && return 0
+    echo "$what: see ${log#"$PWD/"}" >>"$results/$preset/failed-steps.txt"
+    tail -n 60 "$log"
+    say "$preset: $what FAILED, the whole log is ${log#"$PWD/"}"
+    return 1
+}
+
+# Older sanitizer runtimes cannot place their shadow memory when addresses are fully randomised.
+fixed_addresses() {
+    if setarch --addr-no-randomize true 2>/dev/null; then
+        setarch --addr-no-randomize "$@"
+    else
+        "$@"
+    fi
+}
+
+run_tests() {
+    local preset=$1 folder=$results/$1 reports=$results/$1/gtest run=() choice=()
+    case $preset in
+    windows) reports=Z:$reports ;;
+    *san) run=(fixed_addresses) ;;
+    esac
+    # The many files of the corpus take one thread's way through the library, and there slowly.
+    [[ $preset == linux-tsan ]] && choice=(--label-exclude corpus)
+    say "$preset: tests"
+    mkdir -p "$folder/gtest"
+    ctest --preset "$preset" --show-only=json-v1 >"$folder/tests.json" 2>/dev/null
+    GTEST_OUTPUT=xml:$reports/ "${run[@]}" ctest --preset "$preset" "${choice[@]}" \
+        --parallel "$(nproc)" --output-junit "$folder/ctest.xml" 2>&1 ||
+        touch "$folder/ctest-failed"
+}
+
+run_preset() {
+    local preset=$1
+    mkdir -p "$results/$preset"
+    step "$preset" configure cmake --preset "$preset" &&
+        step "$preset" build cmake --build --preset "$preset" || return
+    if [[ $preset == windows ]]; then
+        step "$preset" wine-prefix scripts/wine.sh --prepare || return
+        trap 'scripts/wine.sh --end >/dev/null 2>&1' EXIT
+    fi
+    run_tests "$preset"
+}
+
+say "packages"
+if ! scripts/setup.sh "$@"; then
+    # Without the packages the builds could only fail with messages that hide the reason.
+    echo "0 passed, 1 failed"
+    exit 1
+fi
+rm -rf "$results"
+for preset in "${presets[@]}"; do
+    run_preset "$preset"
+done
+say "all done"
+python3 scripts/tally.py "${presets[@]/#/$results/}"

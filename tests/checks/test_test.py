@@ -1,0 +1,97 @@
+"""Tests of scripts/test.sh, with stand-ins for everything that it calls but the count."""
+
+import unittest
+
+from script_folder import ScriptTest
+
+# Writes a report of one entry, which passes unless the preset is named in FAILING.
+CTEST = r"""
+while (($#)); do
+    case $1 in
+    --preset) preset=$2 ;;
+    --output-junit) report=$2 ;;
+    --show-only*) echo '{"tests": []}'; exit 0 ;;
+    esac
+    shift
+done
+[[ $preset == "$FAILING" ]] && status=fail || status=run
+echo "<testsuite><testcase name='t' status='$status'/></testsuite>" >"$report"
+echo "reports: $GTEST_OUTPUT"
+[[ $status == run ]]
+"""
+
+
+class TestScriptTest(ScriptTest):
+    def setUp(self):
+        super().setUp()
+        self.copy("test.sh", "tally.py")
+        self.stand_in("scripts/setup.sh")
+        self.stand_in("scripts/wine.sh")
+        self.stand_in("bin/cmake")
+        self.ctest()
+
+    def ctest(self, failing="none"):
+        self.stand_in("bin/ctest", f"FAILING={failing}", CTEST)
+
+    def last_line(self, result):
+        return result.stdout.splitlines()[-1]
+
+    def built(self):
+        return [call.split()[-1] for call in self.calls() if call.startswith("cmake --build")]
+
+    def test_all_builds(self):
+        result = self.run_script("test.sh")
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertEqual(self.last_line(result), "4 passed, 0 failed")
+        self.assertEqual(self.built(), ["linux-release", "linux-asan", "linux-tsan", "windows"])
+        self.assertIn(f"reports: xml:Z:{self.top}/build/test-results/windows/gtest/", result.stdout)
+
+    def test_wine_is_prepared_before_and_ended_after(self):
+        self.run_script("test.sh", "--windows")
+        names = [call.split(" -")[0] + call.partition("wine.sh")[2] for call in self.calls()]
+        self.assertEqual(
+            names,
+            ["setup.sh", "cmake", "cmake", "wine.sh --prepare", "ctest", "ctest", "wine.sh --end"],
+        )
+
+    def test_linux_needs_no_wine(self):
+        result = self.run_script("test.sh", "--linux")
+        self.assertEqual(self.last_line(result), "3 passed, 0 failed")
+        self.assertIn("setup.sh --linux", self.calls())
+        self.assertFalse([call for call in self.calls() if call.startswith("wine.sh")])
+
+    def test_failing_test(self):
+        self.ctest(failing="linux-asan")
+        result = self.run_script("test.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(self.last_line(result), "3 passed, 1 failed")
+
+    def test_build_that_fails(self):
+        self.stand_in("bin/cmake", "echo 'no such thing'", '[[ "$*" != "--build"*release ]]')
+        result = self.run_script("test.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("no such thing", result.stdout)
+        self.assertIn("linux-release: build FAILED", result.stdout)
+        self.assertEqual(self.last_line(result), "3 passed, 1 failed")
+
+    def test_setup_that_fails(self):
+        self.stand_in("scripts/setup.sh", "exit 1")
+        result = self.run_script("test.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(self.last_line(result), "0 passed, 1 failed")
+        self.assertEqual(self.built(), [])
+
+    def test_results_of_an_earlier_run_do_not_count(self):
+        old = self.top / "build/test-results/linux-release"
+        old.mkdir(parents=True)
+        (old / "failed-steps.txt").write_text("build: long ago\n")
+        self.assertEqual(self.run_script("test.sh").returncode, 0)
+
+    def test_unknown_option(self):
+        result = self.run_script("test.sh", "--mac")
+        self.assertEqual(result.returncode, 2)
+        self.assertEqual(self.calls(), [])
+
+
+if __name__ == "__main__":
+    unittest.main()

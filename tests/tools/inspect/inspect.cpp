@@ -1,0 +1,232 @@
+#include "inspect/inspect.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "common/files.h"
+#include "tests/read_file.h"
+#include "tests/temporary_folder.h"
+#include "tests/tools/common/stream_builder.h"
+
+namespace {
+
+using q7tools::pathToUtf8;
+using streamtest::Scene;
+using streamtest::StreamBuilder;
+
+struct Outcome {
+    int exitCode;
+    std::string out;
+    std::string err;
+};
+
+Outcome inspect(const std::vector<std::string>& arguments) {
+    std::ostringstream out;
+    std::ostringstream err;
+    const int exitCode = q7inspect::inspectMain(arguments, out, err);
+    return {exitCode, out.str(), err.str()};
+}
+
+bool startsWith(const std::string& text, const std::string& start) {
+    return text.rfind(start, 0) == 0;
+}
+
+class Inspect : public testing::Test {
+  protected:
+    // Writes the stream, and gives the file's name as an argument.
+    std::string save(const StreamBuilder& stream, const std::string& name = "a.stream") {
+        const auto path = folder_ / q7tools::pathFromUtf8(name);
+        q7tools::writeWholeFile(
+            path, std::string_view(reinterpret_cast<const char*>(stream.bytes().data()),
+                                   stream.bytes().size()));
+        return pathToUtf8(path);
+    }
+
+    std::string argument(const std::string& name) const { return pathToUtf8(folder_ / name); }
+
+    TemporaryFolder folder_;
+};
+
+TEST_F(Inspect, printsASummary) {
+    const std::string file = save(Scene().build(), "\xe6\xa8\xa1\xe5\x9e\x8b \xc3\xa4.stream");
+    const Outcome run = inspect({file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(startsWith(run.out, file + "\n  size ")) << run.out;
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Inspect, printsJson) {
+    const std::string file = save(Scene().build());
+    const Outcome run = inspect({"--json", file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(nlohmann::json::parse(run.out)["file"], file);
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Inspect, validStreamsGetOneLine) {
+    const std::string file = save(Scene().build());
+    const Outcome run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, file + ": valid: 2 materials, 3 instances, 2 meshes, 5 placed triangles\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Inspect, eachFaultGetsOneLine) {
+    Scene scene;
+    scene.header = streamtest::headerText(6);
+    StreamBuilder stream = scene.build();
+    const std::string end = std::to_string(stream.offset());
+    stream.byte(0);
+    const std::string file = save(stream);
+    const Outcome run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out,
+              file + ": at byte 4: header: \"triangleCount\" is 6, but the instances place 5\n" +
+                  file + ": at byte " + end + ": 1 byte follows the end of the stream\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Inspect, manyFaultsAreCutUnlessAllAreAsked) {
+    Scene scene;
+    scene.header = streamtest::headerText(0);
+    scene.instances.assign(60, {u"none", u"none"});
+    const std::string file = save(scene.build());
+    const Outcome cut = inspect({"--validate", file});
+    EXPECT_EQ(cut.exitCode, 1);
+    EXPECT_EQ(std::ranges::count(cut.out, '\n'), 101);
+    EXPECT_TRUE(cut.out.ends_with(file + ": ... and 20 more faults\n")) << cut.out;
+    const Outcome all = inspect({"--validate", "--all", file});
+    EXPECT_EQ(std::ranges::count(all.out, '\n'), 120);
+}
+
+TEST_F(Inspect, aBrokenStreamIsAFaultInEveryMode) {
+    StreamBuilder stream;
+    stream.word(11).text(u"{}").word(3);
+    const std::string file = save(stream);
+    const std::string reason =
+        file + ": at byte 12: material count is 3, but the 0 bytes behind it hold at most 0\n";
+    const Outcome validate = inspect({"--validate", file});
+    EXPECT_EQ(validate.exitCode, 1);
+    EXPECT_EQ(validate.out, reason);
+    EXPECT_EQ(validate.err, "");
+    for (const Outcome& run : {inspect({file}), inspect({"--json", file}),
+                               inspect({"--obj", argument("a.obj"), file})}) {
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err, "q7-inspect: " + reason);
+    }
+    EXPECT_FALSE(std::filesystem::exists(folder_ / "a.obj"));
+}
+
+TEST_F(Inspect, otherFilesAreNotTakenForStreams) {
+    q7tools::writeWholeFile(folder_ / "page", "<!DOCTYPE html>");
+    Outcome run = inspect({argument("page")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "q7-inspect: " + argument("page") +
+                           ": at byte 0: not a model stream: it starts with the word 1329865020, "
+                           "not with 11\n");
+    q7tools::writeWholeFile(folder_ / "empty", "");
+    run = inspect({argument("empty")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "q7-inspect: " + argument("empty") +
+                           ": at byte 0: not a model stream: the file has 0 bytes\n");
+}
+
+TEST_F(Inspect, unreadableFilesAreNamed) {
+    Outcome run = inspect({"--validate", argument("missing.stream")});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(
+        startsWith(run.err, "q7-inspect: " + argument("missing.stream") + ": cannot be opened: "))
+        << run.err;
+    EXPECT_EQ(std::ranges::count(run.err, '\n'), 1);
+
+    run = inspect({pathToUtf8(folder_.path())});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "q7-inspect: " + pathToUtf8(folder_.path()) + ": is a folder, not a file\n");
+}
+
+TEST_F(Inspect, writesObj) {
+    const std::string file = save(Scene().build());
+    const Outcome run = inspect({"--obj", argument("a.obj"), file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, argument("a.obj") + ": wrote 3 objects with 5 triangles\n");
+    EXPECT_EQ(run.err, "");
+    EXPECT_TRUE(startsWith(readFile(folder_ / "a.obj"), "o quad\ng quad\nv 0 0 0\n"));
+}
+
+TEST_F(Inspect, objTellsWhatItLeftOut) {
+    Scene scene;
+    scene.instances[2].mesh = u"none";
+    scene.meshes[0].indices[0] = 7;
+    const std::string file = save(scene.build());
+    const Outcome run = inspect({file, "--obj", argument("a.obj")});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, argument("a.obj") + ": wrote 2 objects with 2 triangles\n");
+    EXPECT_EQ(run.err, "q7-inspect: " + file +
+                           ": left out: 1 instance of missing meshes, 2 unusable triangles "
+                           "(--validate tells more)\n");
+}
+
+TEST_F(Inspect, objNeverReplacesTheStream) {
+    const std::string file = save(Scene().build());
+    const std::string before = readFile(folder_ / "a.stream");
+    const Outcome run = inspect({"--obj", file, file});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_EQ(run.err, "q7-inspect: " + file + ": is the stream itself and stays as it is\n");
+    EXPECT_EQ(readFile(folder_ / "a.stream"), before);
+}
+
+TEST_F(Inspect, objThatCannotBeWrittenIsNamed) {
+    const std::string target = argument("no folder/a.obj");
+    const Outcome run = inspect({"--obj", target, save(Scene().build())});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_NE(run.err.find("a.obj: cannot be written: "), std::string::npos) << run.err;
+    EXPECT_EQ(std::ranges::count(run.err, '\n'), 1);
+}
+
+TEST_F(Inspect, badUsageIsOneLine) {
+    const std::vector<std::vector<std::string>> wrong = {{},
+                                                         {"--unknown", "x"},
+                                                         {"a", "b"},
+                                                         {"--json", "--validate", "x"},
+                                                         {"x", "--obj"},
+                                                         {"--obj", "o", "--json", "x"}};
+    for (const auto& arguments : wrong) {
+        const Outcome run = inspect(arguments);
+        EXPECT_EQ(run.exitCode, 2);
+        EXPECT_EQ(run.out, "");
+        EXPECT_TRUE(startsWith(run.err, "q7-inspect: usage: ")) << run.err;
+        EXPECT_EQ(std::ranges::count(run.err, '\n'), 1) << run.err;
+    }
+}
+
+TEST_F(Inspect, aSlashStartsAPathAndNoOption) {
+    const Outcome run = inspect({"/no such folder/a.stream"});
+    EXPECT_EQ(run.exitCode, 2);
+    EXPECT_TRUE(startsWith(run.err, "q7-inspect: /no such folder/a.stream: cannot be opened"))
+        << run.err;
+}
+
+TEST_F(Inspect, helpTeaches) {
+    const Outcome run = inspect({"--help"});
+    EXPECT_EQ(run.exitCode, 0);
+    for (const char* part : {"Usage: q7-inspect", "--json", "--validate", "--obj OUT", "--all",
+                             "Examples:", "Exit status:"}) {
+        EXPECT_NE(run.out.find(part), std::string::npos) << part;
+    }
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Inspect, outputThatCannotBeWrittenIsAFailure) {
+    std::ostringstream out;
+    out.setstate(std::ios::badbit);
+    std::ostringstream err;
+    EXPECT_EQ(q7inspect::inspectMain({save(Scene().build())}, out, err), 2);
+    EXPECT_EQ(err.str(), "q7-inspect: standard output: cannot be written to the end\n");
+}
+
+}  // namespace

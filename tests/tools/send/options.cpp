@@ -1,0 +1,68 @@
+#include "send/options.h"
+
+#include <gtest/gtest.h>
+
+namespace q7send {
+
+using Arguments = std::vector<std::string>;
+
+Options good(const Arguments& arguments) {
+    const auto parsed = parseOptions(arguments, "1.2");
+    const Options* options = std::get_if<Options>(&parsed);
+    EXPECT_NE(options, nullptr);
+    return options == nullptr ? Options{} : *options;
+}
+
+std::string badReason(const Arguments& arguments) {
+    const auto parsed = parseOptions(arguments, "1.2");
+    const UsageError* error = std::get_if<UsageError>(&parsed);
+    return error == nullptr ? "no error" : error->reason;
+}
+
+std::string helpText(const Arguments& arguments) {
+    const auto parsed = parseOptions(arguments, "1.2");
+    const HelpText* help = std::get_if<HelpText>(&parsed);
+    return help == nullptr ? "no help" : help->text;
+}
+
+TEST(ParseOptions, TakesEitherOutputOrBoth) {
+    const Options stream = good({"a.obj", "--stream", "b.q7mesh"});
+    EXPECT_EQ(stream.model, "a.obj");
+    EXPECT_EQ(stream.stream, "b.q7mesh");
+    EXPECT_FALSE(stream.materials);
+    const Options materials = good({"--materials=c.xml", "a.obj"});
+    EXPECT_FALSE(materials.stream);
+    EXPECT_EQ(materials.materials, "c.xml");
+    const Options both = good({"--stream", "b", "--materials", "c", "\xE7\xAA\x93.obj"});
+    EXPECT_EQ(both.model, std::filesystem::path(u8"窓.obj"));
+    EXPECT_TRUE(both.stream && both.materials);
+}
+
+TEST(ParseOptions, TellsWhatIsWrong) {
+    EXPECT_EQ(badReason({"a.obj"}), "nothing to write: give --stream, --materials or both");
+    EXPECT_EQ(badReason({"--stream", "b"}), "MODEL is required");
+    EXPECT_EQ(badReason({"", "--stream", "b"}), "MODEL is empty");
+    EXPECT_EQ(badReason({"a.obj", "--stream", "x/../b", "--materials", "b"}),
+              "--stream and --materials name the same file");
+    EXPECT_NE(badReason({"a.obj", "--stream"}), "no error");
+    EXPECT_NE(badReason({"a.obj", "--stream", "b", "--frobnicate"}).find("--frobnicate"),
+              std::string::npos);
+    EXPECT_NE(badReason({"a.obj", "b.obj", "--stream", "b"}).find("b.obj"), std::string::npos);
+}
+
+TEST(ParseOptions, HelpTeachesWithExamplesAndProperties) {
+    for (const char* option : {"--help", "-h"}) {
+        const std::string help = helpText({option});
+        for (const char* part : {"--stream OUT.q7mesh", "--materials OUT.xml",
+                                 "Examples:", "q7-send engine.glb --stream engine.q7mesh",
+                                 "MetallicRoughnessTexture", "Exit status: 0"}) {
+            EXPECT_NE(help.find(part), std::string::npos) << part;
+        }
+    }
+}
+
+TEST(ParseOptions, Version) {
+    EXPECT_EQ(helpText({"--version"}), "q7-send 1.2\n");
+}
+
+}  // namespace q7send

@@ -1,0 +1,49 @@
+#include "send/report.h"
+
+#include <gtest/gtest.h>
+
+namespace q7send {
+
+TEST(SizeText, ChoosesTheUnit) {
+    EXPECT_EQ(sizeText(0), "0 bytes");
+    EXPECT_EQ(sizeText(1), "1 byte");
+    EXPECT_EQ(sizeText(999), "999 bytes");
+    EXPECT_EQ(sizeText(1000), "1.0 kB");
+    EXPECT_EQ(sizeText(1549), "1.5 kB");
+    EXPECT_EQ(sizeText(999'949), "999.9 kB");
+    EXPECT_EQ(sizeText(999'950), "1.0 MB");
+    EXPECT_EQ(sizeText(23'000'000), "23.0 MB");
+    EXPECT_EQ(sizeText(4'200'000'000), "4.2 GB");
+    EXPECT_EQ(sizeText(7'000'000'000'000'000), "7000.0 TB");
+}
+
+TEST(Notes, TellWhatIsLeftOut) {
+    Scene scene;
+    SendTotals totals;
+    totals.triangles = 1;
+    EXPECT_EQ(notes(scene, totals), "");
+    totals.triangles = 0;
+    scene.pointsAndLines = 1;
+    scene.unplaced = 2;
+    scene.embeddedTextures = 3;
+    scene.missingTextures = 1;
+    EXPECT_EQ(notes(scene, totals),
+              "note: the scene has no triangles\n"
+              "note: 1 point or line left out\n"
+              "note: 2 points and nodes with infinite coordinates moved to the origin\n"
+              "note: 3 embedded textures without a file of their own left out\n"
+              "note: 1 texture file not found\n");
+}
+
+TEST(ClosingLine, TellsWhatWentWhere) {
+    SendTotals totals;
+    totals.nodes = 3;
+    totals.duplicates = 1;
+    totals.materials = 2;
+    totals.triangles = 12;
+    EXPECT_EQ(closingLine("in.obj", totals, {{"out.q7mesh", 1200}, {"o\nut.xml", 10}}),
+              "in.obj: 3 nodes (1 duplicate), 2 materials, 12 triangles -> out.q7mesh (1.2 kB), "
+              "o\\u000aut.xml (10 bytes)\n");
+}
+
+}  // namespace q7send

@@ -1,0 +1,117 @@
+#include "inspect/json_report.h"
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "common/material_xml.h"
+#include "common/text_output.h"
+#include "inspect/scene.h"
+
+namespace q7inspect {
+
+using nlohmann::ordered_json;
+using q7tools::allToUtf8;
+using q7tools::StreamInstance;
+using q7tools::StreamMaterial;
+using q7tools::StreamMesh;
+using q7tools::StreamModel;
+
+namespace {
+
+ordered_json propertiesJson(const q7tools::TypedMaterial& typed) {
+    ordered_json properties = ordered_json::array();
+    for (const q7tools::MaterialProperty& property : typed.properties) {
+        ordered_json text;
+        if (property.hasText) text = allToUtf8(property.text);
+        properties.push_back({{"element", allToUtf8(property.element)}, {"text", text}});
+    }
+    return properties;
+}
+
+ordered_json materialJson(const StreamMaterial& material) {
+    const bool typed = q7tools::isTypedMaterial(material.xml);
+    ordered_json json{{"offset", material.offset},
+                      {"name", allToUtf8(material.name)},
+                      {"kind", typed ? "typed" : "text"},
+                      {"xml", allToUtf8(material.xml)}};
+    if (!typed) return json;
+    try {
+        const q7tools::TypedMaterial content = q7tools::readTypedMaterial(material.xml);
+        json["id"] = allToUtf8(content.id);
+        json["type"] = allToUtf8(content.type);
+        json["properties"] = propertiesJson(content);
+    } catch (const q7tools::FormatError& error) {
+        json["fault"] = error.what();
+    }
+    return json;
+}
+
+ordered_json instanceJson(const StreamInstance& instance) {
+    return {{"offset", instance.offset},
+            {"mesh", allToUtf8(instance.mesh)},
+            {"material", allToUtf8(instance.material)},
+            {"transform", instance.transform}};
+}
+
+ordered_json meshJson(const StreamMesh& mesh, std::uint64_t uses) {
+    return {{"offset", mesh.offset},
+            {"name", allToUtf8(mesh.name)},
+            {"vertices", mesh.vertexCount()},
+            {"triangles", mesh.triangleCount()},
+            {"uses", uses},
+            {"positions", mesh.positions.size()},
+            {"normals", mesh.normals.size()},
+            {"uvs", mesh.uvs.size()},
+            {"colors", mesh.colors.size()},
+            {"indices", mesh.indices.size()}};
+}
+
+ordered_json boundsJson(const StreamModel& model, const MeshLookup& lookup) {
+    const auto bounds = worldBounds(model, lookup);
+    if (!bounds) return nullptr;
+    return {{"lowest", bounds->lowest}, {"highest", bounds->highest}, {"exact", bounds->exact}};
+}
+
+void printMember(std::ostream& out, std::string_view key, const ordered_json& value) {
+    out << "  \"" << key << "\": " << value.dump() << ",\n";
+}
+
+// Record by record: a scene may have millions of them.
+template <class Records, class ToJson>
+void printRecords(std::ostream& out, std::string_view key, const Records& records,
+                  const ToJson& toJson) {
+    out << "  \"" << key << "\": [";
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        out << (i == 0 ? "\n    " : ",\n    ") << toJson(i).dump();
+    }
+    out << (records.empty() ? "]" : "\n  ]");
+}
+
+}  // namespace
+
+void printJson(std::ostream& out, std::string_view fileName, const StreamModel& model) {
+    const MeshLookup lookup(model);
+    const std::vector<std::uint64_t> uses = meshUses(model, lookup);
+    const auto header = parseHeader(model.headerText);
+
+    out << "{\n";
+    printMember(out, "file", allToUtf8(utf8ToWide(fileName)));
+    printMember(out, "size", model.size);
+    printMember(out, "trailingBytes", model.trailingBytes());
+    printMember(out, "version", model.version);
+    printMember(out, "header", header ? ordered_json(*header) : ordered_json(nullptr));
+    printMember(out, "headerText", allToUtf8(model.headerText));
+    printMember(out, "placedTriangles", model.placedTriangleCount());
+    printMember(out, "worldBounds", boundsJson(model, lookup));
+    printRecords(out, "materials", model.materials,
+                 [&](std::size_t i) { return materialJson(model.materials[i]); });
+    out << ",\n";
+    printRecords(out, "instances", model.instances,
+                 [&](std::size_t i) { return instanceJson(model.instances[i]); });
+    out << ",\n";
+    printRecords(out, "meshes", model.meshes,
+                 [&](std::size_t i) { return meshJson(model.meshes[i], uses[i]); });
+    out << "\n}\n";
+}
+
+}  // namespace q7inspect

@@ -1,0 +1,32 @@
+// The command line of q7-send.
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace q7send {
+
+struct Options {
+    std::filesystem::path model;
+    std::optional<std::filesystem::path> stream;
+    std::optional<std::filesystem::path> materials;
+};
+
+// The text that was asked for instead of work.
+struct HelpText {
+    std::string text;
+};
+
+// The command line cannot be understood: the reason, in one line.
+struct UsageError {
+    std::string reason;
+};
+
+// Takes the arguments after the program's name, in UTF-8.
+std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string> arguments,
+                                                         const std::string& version);
+
+}  // namespace q7send

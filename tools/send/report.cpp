@@ -1,0 +1,70 @@
+#include "send/report.h"
+
+#include <array>
+
+#include "common/files.h"
+#include "common/text_output.h"
+
+namespace q7send {
+
+using q7tools::counted;
+
+namespace {
+
+std::string note(const std::string& text) {
+    return "note: " + text + '\n';
+}
+
+std::string pathName(const std::filesystem::path& path) {
+    return q7tools::printable(q7tools::pathToUtf8(path));
+}
+
+}  // namespace
+
+std::string sizeText(std::uintmax_t bytes) {
+    if (bytes < 1000) return counted(bytes, "byte", "bytes");
+    constexpr std::array<const char*, 4> units{" kB", " MB", " GB", " TB"};
+    std::size_t unit = 0;
+    std::uintmax_t tenths = (bytes + 50) / 100;
+    for (; tenths >= 10000 && unit + 1 < units.size(); ++unit)
+        tenths = (tenths + 500) / 1000;
+    return std::to_string(tenths / 10) + '.' + std::to_string(tenths % 10) + units[unit];
+}
+
+std::string notes(const Scene& scene, const SendTotals& totals) {
+    std::string text;
+    if (totals.triangles == 0) text += note("the scene has no triangles");
+    if (scene.pointsAndLines > 0) {
+        text +=
+            note(counted(scene.pointsAndLines, "point or line", "points and lines") + " left out");
+    }
+    if (scene.unplaced > 0) {
+        text += note(counted(scene.unplaced, "point or node", "points and nodes") +
+                     " with infinite coordinates moved to the origin");
+    }
+    if (scene.embeddedTextures > 0) {
+        text += note(counted(scene.embeddedTextures, "embedded texture", "embedded textures") +
+                     " without a file of their own left out");
+    }
+    if (scene.missingTextures > 0) {
+        text +=
+            note(counted(scene.missingTextures, "texture file", "texture files") + " not found");
+    }
+    return text;
+}
+
+std::string closingLine(const std::filesystem::path& model, const SendTotals& totals,
+                        const std::vector<WrittenFile>& files) {
+    std::string line = pathName(model) + ": " + counted(totals.nodes, "node", "nodes") + " (" +
+                       counted(totals.duplicates, "duplicate", "duplicates") + "), " +
+                       counted(totals.materials, "material", "materials") + ", " +
+                       counted(totals.triangles, "triangle", "triangles");
+    const char* separator = " -> ";
+    for (const WrittenFile& file : files) {
+        line += separator + pathName(file.path) + " (" + sizeText(file.size) + ')';
+        separator = ", ";
+    }
+    return line + '\n';
+}
+
+}  // namespace q7send

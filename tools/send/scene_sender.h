@@ -1,0 +1,42 @@
+// Hands a scene to the library as any plug-in does: through the exported functions alone.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <string_view>
+
+#include "send/scene.h"
+
+namespace q7send {
+
+struct SendTotals {
+    std::size_t nodes = 0;       // of the library, duplicates included
+    std::size_t duplicates = 0;  // nodes that repeat another one's geometry
+    std::size_t materials = 0;
+    std::size_t instances = 0;
+    std::uint64_t triangles = 0;  // of all nodes
+};
+
+// A session of the library.
+class SceneSender {
+  public:
+    SceneSender();
+    SceneSender(const SceneSender&) = delete;
+    SceneSender& operator=(const SceneSender&) = delete;
+    ~SceneSender();
+
+    // To be called once. The program's version is part of the name under which it makes itself
+    // known. Progress goes from 0 to 1.
+    SendTotals describe(const Scene& scene, std::string_view programVersion,
+                        const std::function<void(double)>& progress);
+
+    // The library tells nothing of files that it cannot write: see verify.h.
+    void saveStream(const std::filesystem::path& path);
+    void saveMaterials(const std::filesystem::path& path);
+
+  private:
+    void* session_;
+};
+
+}  // namespace q7send

@@ -1,0 +1,67 @@
+#include "send/verify.h"
+
+#include <algorithm>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+#include "common/byte_reader.h"
+#include "common/files.h"
+#include "common/stream_reader.h"
+
+namespace q7send {
+
+namespace fs = std::filesystem;
+using q7tools::FileError;
+
+namespace {
+
+FileError incomplete(const OutputFile& file) {
+    std::error_code error;
+    const fs::space_info space = fs::space(file.temporary(), error);
+    const bool isFull = !error && space.available == 0;
+    return {file.target(), isFull ? "the disk is full" : "could not be written to its end"};
+}
+
+void expectEqual(const OutputFile& file, const char* what, std::uint64_t sent,
+                 std::uint64_t written) {
+    if (sent == written) return;
+    throw FileError(file.target(), std::to_string(sent) + ' ' + what + " were sent, but " +
+                                       std::to_string(written) + " were written");
+}
+
+std::string lastBytes(const fs::path& path, std::size_t count) {
+    std::ifstream stream(path, std::ios::binary | std::ios::ate);
+    const auto size = static_cast<std::size_t>(std::max<std::streamoff>(stream.tellg(), 0));
+    std::string bytes(std::min(size, count), '\0');
+    stream.seekg(static_cast<std::streamoff>(size - bytes.size()));
+    stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    return bytes;
+}
+
+}  // namespace
+
+std::uintmax_t verifyStream(const OutputFile& file, const SendTotals& sent) {
+    if (!fs::exists(file.temporary())) throw FileError(file.target(), "could not be written");
+    try {
+        const q7tools::StreamModel model = q7tools::readStreamFile(file.temporary());
+        expectEqual(file, "materials", sent.materials, model.materials.size());
+        expectEqual(file, "instances", sent.instances, model.instances.size());
+        expectEqual(file, "triangles", sent.triangles, model.placedTriangleCount());
+        return model.size;
+    } catch (const q7tools::FormatError&) {
+        throw incomplete(file);
+    }
+}
+
+std::uintmax_t verifyMaterials(const OutputFile& file) {
+    if (!fs::exists(file.temporary())) throw FileError(file.target(), "could not be written");
+    constexpr std::string_view end = "</Q7Materials_2>";
+    const std::string tail = lastBytes(file.temporary(), end.size() + 2);
+    const std::size_t found = tail.find(end);
+    if (found == std::string::npos || tail.back() != '\n') throw incomplete(file);
+    return fs::file_size(file.temporary());
+}
+
+}  // namespace q7send
