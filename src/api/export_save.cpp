@@ -8,3 +8,8 @@ void Q7SaveRawToFile(void* session, const Q7Char* path) {
 void SaveToFile(void* session, const Q7Char* path) {
     Q7SaveRawToFile(session, path);
 }
+
+void Q7SaveProcessedToFile(void* session, const Q7Char* path) {
+    const Session& source = sessionOf(session);
+    Q7Sync::saveProcessed(*source.core->model, source.streamSettings(), toWide(path));
+}

@@ -382,6 +382,22 @@ Q7_API void Q7SaveRawToFile(void* session, const Q7Char* path);
 /** The same function as Q7SaveRawToFile. */
 Q7_API void SaveToFile(void* session, const Q7Char* path);
 
+/** Writes a merged copy of the model to a model stream file, replacing the file. The session stays as
+ *  it is.
+ *
+ *  Merging joins, for each material, the meshes that a single instance uses into one mesh in world
+ *  space, named after the material with "_q7_merged" behind it, with one instance at the identity.
+ *  Meshes with several instances, and a material's only such mesh, stay as they are. The meshes that
+ *  were joined stay in the file, without instances. When the arrays of a material's meshes do not fit
+ *  each other (some have normals and some have none), their instances are not in the file.
+ *  The merged mesh has one index for each float of its positions, so "triangleCount" in the header
+ *  counts its points.
+ *
+ *  Nothing happens when the file cannot be opened for writing; a full disk leaves a short file and
+ *  is not reported.
+ *  Cost: memory for the merged geometry once. */
+Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path);
+
 /* ---- Animation records ----------------------------------------------------------------------- */
 
 #ifdef __cplusplus

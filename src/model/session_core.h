@@ -20,6 +20,13 @@ struct LegacyScene {
     std::uint32_t value;
 };
 
+// What an instance was before a send gave it a baked mesh.
+struct FixedInstance {
+    Instance* instance;
+    Mesh* mesh;
+    Transform transform;
+};
+
 // Instances marked for removal at the next live send.
 using PendingDeletions = HashSet<InstanceHandle>;
 
@@ -36,6 +43,9 @@ class SessionCore {
     PendingDeletions pendingDeletions;
     // Which kind of material an unknown name becomes: 0 text, 1 typed, any other none.
     std::uint32_t materialVersion = 0;
+    // Both are empty outside of a send.
+    std::vector<Instance*> generatedInstances;
+    std::vector<FixedInstance> fixedInstances;
 
     // sceneData holds 36 bytes.
     void addScene(WideView name, WideView label, const void* sceneData, std::uint32_t value);

@@ -3,6 +3,7 @@
 #include <bit>
 #include <nlohmann/json.hpp>
 
+#include "geometry/q7_model_utils.h"
 #include "platform/files.h"
 
 static_assert(std::endian::native == std::endian::little,
@@ -97,4 +98,13 @@ void Q7Sync::writeModel(const Model& model, const StreamSettings& settings, Byte
 void Q7Sync::saveRaw(const Model& model, const StreamSettings& settings, const WideString& path) {
     const platform::File file = platform::openBinaryForWriting(path);
     if (file) writeModel(model, settings, toFile(file.get()));
+}
+
+void Q7Sync::saveProcessed(const Model& model, const StreamSettings& settings,
+                           const WideString& path) {
+    const platform::File file = platform::openBinaryForWriting(path);
+    if (!file) return;
+    Model merged = model;
+    Q7ModelUtils::MergeSingleInstancedMesh(merged);
+    writeModel(merged, settings, toFile(file.get()));
 }

@@ -41,6 +41,9 @@ class Q7Sync {
 
     // The model as files hold it: every material, instance and mesh, used or not.
     static void writeModel(const Model& model, const StreamSettings& settings, ByteWriter writer);
-    // Nothing happens when the file cannot be opened.
+    // Neither changes the model, and nothing happens when the file cannot be opened. The processed
+    // form writes a copy in which single-instanced meshes are merged.
     static void saveRaw(const Model& model, const StreamSettings& settings, const WideString& path);
+    static void saveProcessed(const Model& model, const StreamSettings& settings,
+                              const WideString& path);
 };

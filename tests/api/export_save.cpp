@@ -134,3 +134,77 @@ TEST(SaveRaw, TakesPathsOfAnyUnicodeName) {
     Q7SaveRawToFile(host.session, hostPath(path).c_str());
     EXPECT_EQ(readFile(path), host.savedBytes());
 }
+
+namespace {
+
+q7tools::StreamModel savedProcessed(const Host& host) {
+    const TemporaryFolder folder;
+    const auto path = folder / "processed";
+    Q7SaveProcessedToFile(host.session, hostPath(path).c_str());
+    const std::string bytes = readFile(path);
+    return q7tools::readStream(std::as_bytes(std::span(bytes)));
+}
+
+}  // namespace
+
+TEST(SaveProcessed, WritesAMergedCopyWithTheSourceMeshes) {
+    const Host host;
+    const auto moved = translation(10, 0, 0);
+    host.addNode(Q7T("a"), {Q7T("m")});
+    MaxBeginNode(host.session, Q7T("b"), moved.data());
+    host.addTriangle(Q7T("m"));
+    host.addTriangle(Q7T("m"));
+    MaxEndNode(host.session);
+    host.addNode(Q7T("twice"), {Q7T("m")});
+    MaxDuplicateNode(host.session, Q7T("twice"), Q7T("copy"), moved.data());
+    const std::string before = host.savedBytes();
+    const auto stream = savedProcessed(host);
+    EXPECT_EQ(host.savedBytes(), before);
+    EXPECT_EQ(namesOf(stream.meshes),
+              (std::vector<WideString>{u"a_m", u"b_m", u"twice_m", u"m_q7_merged"}));
+    ASSERT_EQ(stream.instances.size(), 3U);
+    EXPECT_EQ(stream.instances[0].mesh, u"twice_m");
+    EXPECT_EQ(stream.instances[1].mesh, u"twice_m");
+    EXPECT_EQ(stream.instances[2].mesh, u"m_q7_merged");
+    EXPECT_EQ(stream.instances[2].material, u"m");
+    EXPECT_EQ(stream.instances[2].transform, identity);
+    const auto& merged = *stream.findMesh(u"m_q7_merged");
+    ASSERT_EQ(merged.positions.size(), 27U);
+    EXPECT_EQ(merged.positions[0], 1.0F);
+    EXPECT_EQ(merged.positions[9], 11.0F);
+    EXPECT_EQ(merged.indices.size(), 27U);
+    // One each for the mesh that stands twice, and nine points of the merged one.
+    EXPECT_NE(stream.headerText.find(u"\"triangleCount\":11}"), WideString::npos);
+}
+
+TEST(SaveProcessed, KeepsColoursAndInstancesMarkedForRemoval) {
+    const Host host;
+    host.addNode(Q7T("a"), {Q7T("m")});
+    host.addNode(Q7T("b"), {Q7T("m")});
+    for (const auto* mesh : {Q7T("a_m"), Q7T("b_m")}) {
+        Triangle t;
+        unsigned char colors[] = {7, 8};
+        AddMesh(host.session, mesh, t.positions.data(), 9, nullptr, 0, t.uvs.data(), 6, colors, 2,
+                nullptr, 0);
+    }
+    MaxDeleteNode(host.session, Q7T("a"));
+    const auto stream = savedProcessed(host);
+    EXPECT_EQ(stream.findMesh(u"m_q7_merged")->colors, (std::vector<std::uint8_t>{7, 8, 7, 8}));
+    EXPECT_EQ(Q7InstanceCount(host.session), 2U);
+}
+
+TEST(SaveProcessed, WithNothingToMergeIsTheRawFile) {
+    const Host host;
+    host.addNode(Q7T("a"), {Q7T("m"), Q7T("n")});
+    const TemporaryFolder folder;
+    Q7SaveProcessedToFile(host.session, hostPath(folder / "file").c_str());
+    EXPECT_EQ(readFile(folder / "file"), host.savedBytes());
+}
+
+TEST(SaveProcessed, DoesNothingWhereNoFileCanBe) {
+    const Host host;
+    const TemporaryFolder folder;
+    Q7SaveProcessedToFile(host.session, hostPath(folder / "missing" / "file").c_str());
+    Q7SaveProcessedToFile(host.session, hostPath(folder.path()).c_str());
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+}

@@ -45,6 +45,9 @@ void describeNodes(void* session) {
     MaxBeginNodeHint(session, Q7T("Gone"), second.data(), 1);
     MaxAddTriangle(session, Q7T("Lamp"), t.positions.data(), t.normals.data(), t.uvs.data());
     MaxEndNode(session);
+    MaxBeginNode(session, Q7T("Single"), second.data());
+    MaxAddTriangle(session, Q7T("Lamp"), t.positions.data(), t.normals.data(), t.uvs.data());
+    MaxEndNode(session);
     MaxDuplicateNode(session, Q7T("Node_1"), Q7T("Copy"), second.data());
     Q7DuplicateNode(session, Q7T("Node 2"), Q7T("Node 2"), first.data(), Q7T("/copy"));
     MaxDeleteNode(session, Q7T("Gone"));
@@ -86,7 +89,7 @@ void describeAll(void* session) {
     other = Q7AnimProperty(point);
     EXPECT_EQ(other.RV, 5);
     EXPECT_THROW(Q7DeleteInstance(session, 1), std::out_of_range);
-    EXPECT_EQ(Q7InstanceCount(session), 10U);
+    EXPECT_EQ(Q7InstanceCount(session), 11U);
     EXPECT_EQ(HasConnected(session), 0);
     DisConnect(session);
 }
@@ -119,6 +122,8 @@ TEST(RecordedCalls, MakeTheRecordedFiles) {
     EXPECT_EQ(materials, asTextFile(withoutCarriageReturns(materials)));
     expectGolden("recorded_calls.xml", withoutCarriageReturns(materials));
     const TemporaryFolder folder;
+    Q7SaveProcessedToFile(host.session, hostPath(folder / "processed").c_str());
+    expectGolden("recorded_calls_processed.q7mesh", readFile(folder / "processed"));
     SaveToFile(host.session, hostPath(folder / "file").c_str());
     EXPECT_EQ(readFile(folder / "file"), readFile(golden("recorded_calls.q7mesh")));
     Q7SetDccPluginInfo(Q7T(""));
