@@ -18,6 +18,13 @@ inline WideString toWide(const Q7Char* text) {
     return copy;
 }
 
+// The text and its terminator, into a buffer that has the room.
+inline void copyOut(WideView text, Q7Char* buffer) {
+    for (const char16_t unit : text)
+        *buffer++ = static_cast<Q7Char>(unit);
+    *buffer = 0;
+}
+
 inline AxisOrder toAxisOrder(CoordOrder order) {
     return static_cast<AxisOrder>(order);
 }

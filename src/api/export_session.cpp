@@ -12,14 +12,6 @@ const char* Q7GetPluginVersion() {
     return "0.5.7.0";
 }
 
-void DisConnect(void* session) {
-    sessionOf(session).disconnect();
-}
-
-uint8_t HasConnected(void* session) {
-    return sessionOf(session).core->connected ? 1 : 0;
-}
-
 void SetModelFilePath(void* session, const Q7Char* path) {
     sessionOf(session).setModelFilePath(toWide(path));
 }

@@ -80,6 +80,26 @@ enum {
 };
 #endif
 
+/** What a connect function gives. */
+#ifdef __cplusplus
+enum ConnectRet : int32_t {
+    ConnectRet_Accepted = 0, /**< the renderer takes the model, or cannot be reached at all */
+    ConnectRet_RefusedByReply3 = 2, /**< the renderer answered 3 */
+    ConnectRet_RefusedByReply2 = 4, /**< the renderer answered 2 */
+    ConnectRet_RefusedByReply1 = 6, /**< the renderer answered 1 */
+    ConnectRet_Failed = 7           /**< the renderer gave no answer, or another one */
+};
+#else
+typedef int32_t ConnectRet;
+enum {
+    ConnectRet_Accepted = 0,
+    ConnectRet_RefusedByReply3 = 2,
+    ConnectRet_RefusedByReply2 = 4,
+    ConnectRet_RefusedByReply1 = 6,
+    ConnectRet_Failed = 7
+};
+#endif
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -104,16 +124,6 @@ Q7_API void DestroySession(void* session);
 Q7_API const char* Q7GetPluginVersion(void);
 
 /* ---- Settings ------------------------------------------------------------------------------- */
-
-/** Closes the session's live connection to the renderer.
- *
- *  Nothing happens when HasConnected is 0. */
-Q7_API void DisConnect(void* session);
-
-/** Tells whether the session has a live connection, without probing it.
- *
- *  Returns 1 or 0. */
-Q7_API uint8_t HasConnected(void* session);
 
 /** Names the file that the model belongs to, and makes the session's sends be of that main model.
  *
@@ -149,6 +159,116 @@ Q7_API void Q7SetDccPluginInfo(const Q7Char* info);
  *           Materials that exist stay as they are. The stream's header shows the version plus 1, and
  *           with version 1 the material file has a root element. */
 Q7_API void Q7SetMaterialVersion(void* session, uint32_t version);
+
+/* ---- The renderer ---------------------------------------------------------------------------- */
+/* The link to the renderer is one for the process: one connection at a time, shared by all sessions
+ * without protection. A renderer that is not there, or goes away, shows in no function but those that
+ * return something here: what is sent then goes nowhere. */
+
+/** Tells the library where the renderer is installed.
+ *
+ *  path: the folder; kept when launcher, viewer and engine can be read in it. Otherwise the registered
+ *        installation takes its place, if there is one.
+ *
+ *  Returns 1 when a folder is known afterwards, else 0. Needs no session. */
+Q7_API uint8_t SetQ7RenderPath(const Q7Char* path);
+
+/** Links to the renderer: starts it when it does not run, waits until it is ready, hands it the
+ *  plug-in's file and waits until it says that it is linked. Needs no session.
+ *
+ *  pluginFile: the file handed over; also the launcher's parameter, unquoted, so that a path with
+ *              blanks reaches the launcher as several arguments
+ *
+ *  Returns 0 linked, 1 no installation found, 3 the installed version is not above 1.7.1, 4 the
+ *  renderer takes no link, 5 its update runs, 6 it refused the hand-over, 7 the link failed (tried
+ *  twice, 3 seconds apart), 8 it has no port or cannot be connected to.
+ *  Blocks its caller for as long as the renderer needs to start, without a limit, and prints the
+ *  renderer's status on standard output at each of its polls, 0.3 seconds apart. */
+Q7_API uint32_t StartLinkQ7Render(const Q7Char* pluginFile);
+
+/** Tells the renderer's status as it is now. Needs no session.
+ *
+ *  flag: where to store the low byte of the renderer's flag, which is then cleared; null leaves the
+ *        flag alone. Without a renderer the last value is stored.
+ *
+ *  Returns 0 not available, 1 waits for a plug-in file, 2 takes no link, 4 linked; any other value is
+ *  a renderer that is not ready. */
+Q7_API uint32_t GetQ7RenderStatus(uint8_t* flag);
+
+/** Tells the version of the registered installation, read anew at each call. Needs no session.
+ *
+ *  buffer: where to store the text and its terminator; not touched when size is too small
+ *  size:   of the buffer in characters. The text is stored when it is at least the text's length,
+ *          and then its terminator too: give the buffer one character more than you tell.
+ *
+ *  Returns the text's length plus 1; without an installation that is 1. */
+Q7_API uint32_t Q7GetRenderVersion(Q7Char* buffer, uint32_t size);
+
+/** The same function as Q7RawSyncConnect. */
+Q7_API ConnectRet Connect(void* session);
+
+/** Opens the connection for Q7SendRaw, on the port that the renderer published last.
+ *
+ *  Returns a ConnectRet. A renderer that cannot be reached counts as connected: the send that follows
+ *  goes nowhere, and the port is read anew for the next attempt.
+ *  Throws std::invalid_argument "invalid stoi argument" or std::out_of_range "stoi argument out of
+ *  range" when the installed version is no version.
+ *  Blocks until the renderer answers. A connection that is still open is closed first. */
+Q7_API ConnectRet Q7RawSyncConnect(void* session);
+
+/** Opens the connection for Q7SendProcessed; for a path of SetRelevantModelFilePath it also names the
+ *  main model, the path last given to SetModelFilePath.
+ *
+ *  Returns a ConnectRet, as Q7RawSyncConnect does. */
+Q7_API ConnectRet Q7ProcessedSyncConnect(void* session);
+
+#ifdef __cplusplus
+} /* extern "C" */
+
+/** Opens the connection for a group of models. C++ only.
+ *
+ *  Returns a ConnectRet, as Q7RawSyncConnect does. */
+Q7_API ConnectRet Q7GroupSyncConnect(void* session)
+    Q7_SYMBOL("?Q7GroupSyncConnect@@YA?AW4ConnectRet@@PEAX@Z");
+
+extern "C" {
+#endif
+
+/** Closes the connection that a connect function opened.
+ *
+ *  Nothing happens when HasConnected is 0. */
+Q7_API void DisConnect(void* session);
+
+/** Tells whether a connect function succeeded since the last DisConnect, without probing the
+ *  connection.
+ *
+ *  Returns 1 or 0. */
+Q7_API uint8_t HasConnected(void* session);
+
+/** Asks the renderer, on a connection of its own, how it wants a model.
+ *
+ *  name: handed to the renderer; null is allowed
+ *
+ *  Returns the renderer's answer, and 0 for a negative or no answer, for a null name, and while a
+ *  connection is open. */
+Q7_API int32_t GetSendModelType(void* session, const Q7Char* name);
+
+/** Sends the model as it stands over the open connection. Instances of deleted nodes leave the model
+ *  first, and meshes that no instance uses afterwards. Instances whose transform is sheared or scales
+ *  beyond 0.001 to 100 travel as meshes of their own, already transformed.
+ *
+ *  A renderer of version 2.4 or later gets the model twice in a row, first with the instance paths.
+ *  Nothing is sent of a model without instances. Throws as Q7RawSyncConnect does.
+ *  Cost: each mesh takes five round trips to the renderer; a renderer that does not answer blocks the
+ *  caller. */
+Q7_API void Q7SendRaw(void* session);
+
+/** The same function as Q7SendRaw. */
+Q7_API void SendModel(void* session);
+
+/** Sends a merged copy of the model, as Q7SaveProcessedToFile describes it, over the open connection;
+ *  otherwise as Q7SendRaw does, once and without instance paths. */
+Q7_API void Q7SendProcessed(void* session);
 
 /* ---- Whole meshes, text materials, scene records --------------------------------------------- */
 

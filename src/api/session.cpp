@@ -29,12 +29,12 @@ void Session::storeModelFilePath(const WideString& path, bool relevant) {
     core->metaEntity->modelFilePath = path;
 }
 
-void Session::disconnect() {
-    core->connected = false;
-}
-
 StreamSettings Session::streamSettings() const {
     return {dccPluginInfo(), core->materialVersion};
+}
+
+SendSettings Session::sendSettings() const {
+    return {streamSettings(), genMatInstances};
 }
 
 WideString& dccPluginInfo() {

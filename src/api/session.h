@@ -8,6 +8,7 @@
 #include "model/session_core.h"
 #include "support/text.h"
 #include "transport/q7_sync.h"
+#include "transport/send.h"
 
 struct Session {
     Session();
@@ -19,9 +20,8 @@ struct Session {
     void setModelFilePath(const WideString& path);
     // Makes the path that of a part of the main model.
     void setRelevantModelFilePath(const WideString& path);
-    // Nothing happens without a connection, even with a socket open.
-    void disconnect();
     StreamSettings streamSettings() const;
+    SendSettings sendSettings() const;
 
     std::unique_ptr<SessionCore> core;
     std::unique_ptr<NodeBuilder> nodeBuilder;

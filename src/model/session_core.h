@@ -34,12 +34,16 @@ class SessionCore {
   public:
     bool connected = false;
     WideString modelFilePath;
+    // The second text of a connection for a part of the main model.
+    WideString proxyParent;
     // Set when the path names a part of the main model, whose path the process remembers.
     bool relevantPath = false;
     std::unique_ptr<Model> model = std::make_unique<Model>();
     std::unique_ptr<Q7Entity> metaEntity = std::make_unique<Q7Entity>();
     std::unique_ptr<Q7Entity> cameraEntity = std::make_unique<Q7Entity>();
     std::vector<LegacyScene> legacyScenes;
+    // The renderer's last answer to how it wants a model.
+    std::int32_t sendModelType = 0;
     PendingDeletions pendingDeletions;
     // Which kind of material an unknown name becomes: 0 text, 1 typed, any other none.
     std::uint32_t materialVersion = 0;

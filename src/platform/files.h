@@ -19,6 +19,9 @@ using File = std::unique_ptr<std::FILE, FileCloser>;
 File openBinaryForWriting(const WideString& path);
 File openTextForWriting(const WideString& path);
 
+// Whether a file can be read; a folder cannot.
+bool fileCanBeOpened(const WideString& path);
+
 // The path as the standard library takes it.
 std::filesystem::path nativePath(const WideString& path);
 

@@ -13,3 +13,11 @@ void throwTableTooLong() {
 void throwInvalidKey() {
     throw std::out_of_range("invalid unordered_map<K, T> key");
 }
+
+void throwNotANumber() {
+    throw std::invalid_argument("invalid stoi argument");
+}
+
+void throwNumberTooLarge() {
+    throw std::out_of_range("stoi argument out of range");
+}

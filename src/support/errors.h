@@ -10,3 +10,9 @@
 
 // std::out_of_range "invalid unordered_map<K, T> key".
 [[noreturn]] void throwInvalidKey();
+
+// std::invalid_argument "invalid stoi argument".
+[[noreturn]] void throwNotANumber();
+
+// std::out_of_range "stoi argument out of range".
+[[noreturn]] void throwNumberTooLarge();

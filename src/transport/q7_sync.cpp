@@ -1,9 +1,12 @@
 #include "transport/q7_sync.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstring>
 #include <nlohmann/json.hpp>
 
 #include "geometry/q7_model_utils.h"
+#include "link/render_socket.h"
 #include "platform/files.h"
 
 static_assert(std::endian::native == std::endian::little,
@@ -24,6 +27,18 @@ ByteWriter Q7Sync::toFile(std::FILE* file) {
         // An empty array has no address to give.
         if (size != 0) std::fwrite(data, 1, size, file);
     };
+}
+
+ByteWriter Q7Sync::toShareMem(std::span<std::byte>& cursor) {
+    return [&cursor](const void* data, std::size_t size) {
+        const std::size_t taken = std::min(size, cursor.size());
+        if (taken != 0) std::memcpy(cursor.data(), data, taken);
+        cursor = cursor.subspan(taken);
+    };
+}
+
+ByteWriter Q7Sync::toSocket() {
+    return [](const void* data, std::size_t size) { SendBytes(renderSocket(), data, size); };
 }
 
 void Q7Sync::writeWord(std::uint64_t value, ByteWriter writer) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <functional>
+#include <span>
 
 #include "model/model.h"
 #include "support/text.h"
@@ -24,6 +25,11 @@ class Q7Sync {
   public:
     // The file stays the caller's. What it does not take is lost without a word.
     static ByteWriter toFile(std::FILE* file);
+    // Writes where the cursor's bytes begin and moves it on; what is beyond its end goes nowhere. The
+    // cursor stays the caller's.
+    static ByteWriter toShareMem(std::span<std::byte>& cursor);
+    // The process's connection to the renderer.
+    static ByteWriter toSocket();
 
     // Numbers are little-endian; a count of more than 32 bits is cut to its low 32.
     static void writeWord(std::uint64_t value, ByteWriter writer);

@@ -71,15 +71,6 @@ TEST(Session, ProcessWideValuesOutliveSessions) {
     dccPluginInfo().clear();
 }
 
-TEST(Session, DisconnectClearsTheConnection) {
-    Session session;
-    session.core->connected = true;
-    session.disconnect();
-    EXPECT_FALSE(session.core->connected);
-    session.disconnect();
-    EXPECT_FALSE(session.core->connected);
-}
-
 // What the exports hand on and no file shows.
 
 namespace {

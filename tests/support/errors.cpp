@@ -24,4 +24,7 @@ TEST(Errors, HaveTheirTypesAndTexts) {
     EXPECT_EQ(textOf<std::length_error>([] { throwTableTooLong(); }), "unordered_map/set too long");
     EXPECT_EQ(textOf<std::out_of_range>([] { throwInvalidKey(); }),
               "invalid unordered_map<K, T> key");
+    EXPECT_EQ(textOf<std::invalid_argument>([] { throwNotANumber(); }), "invalid stoi argument");
+    EXPECT_EQ(textOf<std::out_of_range>([] { throwNumberTooLarge(); }),
+              "stoi argument out of range");
 }

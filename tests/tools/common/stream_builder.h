@@ -160,4 +160,21 @@ struct Scene {
     }
 };
 
+// A scene with a merged mesh of two triangles, which was made from the sources "a" and "b" of one
+// triangle each. Its header is right.
+inline Scene mergedScene() {
+    Scene scene;
+    scene.header = headerText(6);
+    scene.instances = {{u"Wall_q7_merged", u"Wall"}};
+    scene.meshes = {{u"a", {0, 0, 0, 1, 0, 0, 0, 1, 0}, {}, {0, 0, 1, 0, 0, 1}, {}, {0, 1, 2}},
+                    {u"b", {5, 0, 0, 6, 0, 0, 5, 1, 0}, {}, {0, 0, 1, 0, 0, 1}, {}, {2, 1, 0}},
+                    {u"Wall_q7_merged",
+                     {0, 0, 0, 1, 0, 0, 0, 1, 0, 5, 0, 0, 6, 0, 0, 5, 1, 0},
+                     {},
+                     {0, 0, 1, 0, 0, 1, 0, 0, 1, 0, 0, 1},
+                     {},
+                     {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16, 17}}};
+    return scene;
+}
+
 }  // namespace streamtest

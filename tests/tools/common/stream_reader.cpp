@@ -190,9 +190,46 @@ TEST(StreamReader, findsRecordsByName) {
 TEST(StreamReader, countsPlacedTriangles) {
     Scene scene;
     EXPECT_EQ(readStream(scene.build().bytes()).placedTriangleCount(), 5U);
+    EXPECT_EQ(readStream(scene.build().bytes()).countedTriangleCount(), 5U);
     scene.instances.push_back({u"missing", u"Wall"});
     scene.meshes[1].indices = {0, 1};
     EXPECT_EQ(readStream(scene.build().bytes()).placedTriangleCount(), 4U);
+}
+
+TEST(StreamReader, knowsMergedMeshes) {
+    Scene scene = streamtest::mergedScene();
+    const StreamModel model = readStream(scene.build().bytes());
+    EXPECT_FALSE(model.meshes[0].isMerged());
+    EXPECT_TRUE(model.meshes[2].isMerged());
+    EXPECT_EQ(model.meshes[2].triangleCount(), 2U);
+    EXPECT_EQ(model.meshes[2].countedTriangles(), 6U);
+    EXPECT_EQ(model.placedTriangleCount(), 2U);
+    EXPECT_EQ(model.countedTriangleCount(), 6U);
+}
+
+TEST(StreamReader, mergedMeshesHaveTheNameAndTheWholeList) {
+    const StreamModel model = readStream(streamtest::mergedScene().build().bytes());
+    q7tools::StreamMesh mesh = model.meshes[2];
+    mesh.name = u"Wall_q7_merged_";
+    EXPECT_FALSE(mesh.isMerged());
+    EXPECT_EQ(mesh.triangleCount(), 6U);
+    mesh.name = u"_q7_merged";
+    EXPECT_TRUE(mesh.isMerged());
+    mesh.indices[17] = 16;
+    EXPECT_FALSE(mesh.isMerged());
+    mesh.indices = {0, 1, 2, 3, 4, 5};
+    EXPECT_FALSE(mesh.isMerged());
+    EXPECT_EQ(mesh.triangleCount(), 2U);
+}
+
+TEST(StreamReader, pointsThatFillNoTriangleOfAMergedMeshAreNone) {
+    q7tools::StreamMesh mesh;
+    mesh.name = u"x_q7_merged";
+    mesh.positions.assign(12, 0);
+    mesh.indices = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11};
+    EXPECT_TRUE(mesh.isMerged());
+    EXPECT_EQ(mesh.triangleCount(), 1U);
+    EXPECT_EQ(mesh.countedTriangles(), 4U);
 }
 
 TEST(StreamReader, readsFiles) {

@@ -74,6 +74,15 @@ TEST_F(Inspect, validStreamsGetOneLine) {
     EXPECT_EQ(run.err, "");
 }
 
+TEST_F(Inspect, validTellsMergedMeshes) {
+    const std::string file = save(streamtest::mergedScene().build());
+    const Outcome run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, file +
+                           ": valid: 2 materials, 1 instance, 3 meshes (1 merged), 2 placed "
+                           "triangles\n");
+}
+
 TEST_F(Inspect, eachFaultGetsOneLine) {
     Scene scene;
     scene.header = streamtest::headerText(6);
@@ -188,13 +197,106 @@ TEST_F(Inspect, objThatCannotBeWrittenIsNamed) {
     EXPECT_EQ(std::ranges::count(run.err, '\n'), 1);
 }
 
+TEST_F(Inspect, compareGivesOneLineForTheSameScene) {
+    Scene turned;
+    std::swap(turned.meshes[0], turned.meshes[1]);
+    const std::string a = save(Scene().build(), "a.stream");
+    const std::string b = save(turned.build(), "b.stream");
+    for (const Outcome& run :
+         {inspect({"--compare", a, b}), inspect({a, "--order", b, "--compare"}),
+          inspect({"--compare", "--link", a, b})}) {
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.out, a + " (A) and " + b +
+                               " (B): the same scene: 2 materials, 3 instances, 2 meshes\n");
+        EXPECT_EQ(run.err, "");
+    }
+}
+
+TEST_F(Inspect, compareGivesOneLineForEachDifference) {
+    Scene other;
+    other.version = 12;
+    other.meshes[1].indices = {0, 2, 1};
+    const std::string a = save(Scene().build(), "a.stream");
+    const std::string b = save(other.build(), "b.stream");
+    const Outcome run = inspect({"--compare", a, b});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out,
+              "version word: 11 in A, 12 in B\n"
+              "mesh \"tri\": indices[1] is 1 in A, 2 in B, and 1 more differs\n" +
+                  a + " (A) and " + b + " (B): 2 differences\n");
+    EXPECT_EQ(run.err, "");
+}
+
+TEST_F(Inspect, compareCutsManyDifferencesUnlessAllAreAsked) {
+    Scene other;
+    other.instances.assign(117, {u"none", u"none"});
+    const std::string a = save(Scene().build(), "a.stream");
+    const std::string b = save(other.build(), "b.stream");
+    const Outcome cut = inspect({"--compare", a, b});
+    EXPECT_EQ(std::ranges::count(cut.out, '\n'), 101);
+    EXPECT_TRUE(cut.out.ends_with("(B): 120 differences (20 not shown: --all)\n")) << cut.out;
+    const Outcome all = inspect({"--compare", "--all", a, b});
+    EXPECT_EQ(std::ranges::count(all.out, '\n'), 121);
+    EXPECT_TRUE(all.out.ends_with("(B): 120 differences\n")) << all.out;
+}
+
+TEST_F(Inspect, compareTellsWhatTheLinkMay) {
+    Scene saved;
+    saved.meshes.push_back({u"spare", {}, {}, {}, {}, {}});
+    Scene received;
+    received.meshes[0].colors.clear();
+    received.meshes.push_back({u"@g@m@q7_", {0, 0, 0}, {}, {0, 0}, {}, {0, 0, 0}});
+    received.instances.push_back({u"@g@m@q7_", u"Lamp"});
+    received.header = streamtest::headerText(6);
+    const std::string a = save(saved.build(), "a.stream");
+    const std::string b = save(received.build(), "b.stream");
+    const std::string allowed =
+        "; allowed: 1 unused mesh not received, colors of 1 mesh not received, the generated mesh "
+        "and 1 generated instance ignored\n";
+    Outcome run = inspect({"--compare", "--link", a, b});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, a + " (A) and " + b +
+                           " (B): the same scene: 2 materials, 3 instances, 3 meshes" + allowed);
+    saved.instances.pop_back();
+    save(saved.build(), "a.stream");
+    run = inspect({"--compare", "--link", a, b});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(run.out.ends_with(" (B): 1 difference" + allowed)) << run.out;
+}
+
+TEST_F(Inspect, compareNamesTheStreamThatCannotBeRead) {
+    const std::string good = save(Scene().build());
+    q7tools::writeWholeFile(folder_ / "empty", "");
+    const std::string empty = argument("empty");
+    const std::string reason =
+        "q7-inspect: " + empty + ": at byte 0: not a model stream: the file has 0 bytes\n";
+    for (const Outcome& run :
+         {inspect({"--compare", good, empty}), inspect({"--compare", empty, good})}) {
+        EXPECT_EQ(run.exitCode, 1);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(run.err, reason);
+    }
+    const Outcome missing = inspect({"--compare", good, argument("missing")});
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_TRUE(
+        startsWith(missing.err, "q7-inspect: " + argument("missing") + ": cannot be opened: "))
+        << missing.err;
+}
+
 TEST_F(Inspect, badUsageIsOneLine) {
     const std::vector<std::vector<std::string>> wrong = {{},
                                                          {"--unknown", "x"},
                                                          {"a", "b"},
                                                          {"--json", "--validate", "x"},
                                                          {"x", "--obj"},
-                                                         {"--obj", "o", "--json", "x"}};
+                                                         {"--obj", "o", "--json", "x"},
+                                                         {"--compare", "x"},
+                                                         {"--link", "x"},
+                                                         {"--order", "x"},
+                                                         {"--compare", "a", "b", "c"},
+                                                         {"--compare", "--json", "a", "b"},
+                                                         {"--compare", "--validate", "a", "b"},
+                                                         {"--compare", "a", "b", "--obj", "o"}};
     for (const auto& arguments : wrong) {
         const Outcome run = inspect(arguments);
         EXPECT_EQ(run.exitCode, 2);
@@ -215,7 +317,7 @@ TEST_F(Inspect, helpTeaches) {
     const Outcome run = inspect({"--help"});
     EXPECT_EQ(run.exitCode, 0);
     for (const char* part : {"Usage: q7-inspect", "--json", "--validate", "--obj OUT", "--all",
-                             "Examples:", "Exit status:"}) {
+                             "--compare", "--link", "--order", "Examples:", "Exit status:"}) {
         EXPECT_NE(run.out.find(part), std::string::npos) << part;
     }
     EXPECT_EQ(run.err, "");

@@ -35,6 +35,7 @@ TEST(InspectJson, holdsEverythingButTheArrays) {
     EXPECT_EQ(report["header"]["textureFolder"], "C:\\tex");
     EXPECT_EQ(report["header"]["triangleCount"], 5);
     EXPECT_EQ(report["placedTriangles"], 5);
+    EXPECT_EQ(report["countedTriangles"], 5);
     EXPECT_EQ(
         report["worldBounds"],
         (json{{"lowest", {0.0, 0.0, -5.0}}, {"highest", {11.0, 21.0, 30.0}}, {"exact", true}}));
@@ -60,11 +61,24 @@ TEST(InspectJson, holdsEverythingButTheArrays) {
                           {"vertices", 4},
                           {"triangles", 2},
                           {"uses", 2},
+                          {"merged", false},
                           {"positions", 12},
                           {"normals", 12},
                           {"uvs", 8},
                           {"colors", 3},
                           {"indices", 6}}));
+}
+
+TEST(InspectJson, mergedMeshesAreUnindexedTriangles) {
+    const json report = reportOf(streamtest::mergedScene());
+    EXPECT_EQ(report["placedTriangles"], 2);
+    EXPECT_EQ(report["countedTriangles"], 6);
+    EXPECT_EQ(report["meshes"][0]["merged"], false);
+    EXPECT_EQ(report["meshes"][0]["uses"], 0);
+    EXPECT_EQ(report["meshes"][2]["merged"], true);
+    EXPECT_EQ(report["meshes"][2]["vertices"], 6);
+    EXPECT_EQ(report["meshes"][2]["triangles"], 2);
+    EXPECT_EQ(report["meshes"][2]["indices"], 18);
 }
 
 TEST(InspectJson, offsetsAreThoseOfTheFile) {
@@ -78,7 +92,7 @@ TEST(InspectJson, offsetsAreThoseOfTheFile) {
 
 TEST(InspectJson, eachRecordTakesOneLine) {
     const std::string text = textOf(Scene().build());
-    EXPECT_EQ(std::ranges::count(text, '\n'), 1 + 8 + (1 + 2 + 1) + (1 + 3 + 1) + (1 + 2 + 1) + 1);
+    EXPECT_EQ(std::ranges::count(text, '\n'), 1 + 9 + (1 + 2 + 1) + (1 + 3 + 1) + (1 + 2 + 1) + 1);
 }
 
 TEST(InspectJson, emptyModelIsValidJson) {

@@ -92,6 +92,30 @@ TEST(InspectObj, namesAreOneWordOnOneLine) {
     EXPECT_NE(text.find("usemtl unnamed\n"), std::string::npos) << text;
 }
 
+TEST(InspectObj, mergedMeshesAreUnindexedTriangles) {
+    const Result result = objOf(streamtest::mergedScene());
+    EXPECT_EQ(result.text,
+              "o Wall_q7_merged\n"
+              "g Wall_q7_merged\n"
+              "v 0 0 0\n"
+              "v 1 0 0\n"
+              "v 0 1 0\n"
+              "v 5 0 0\n"
+              "v 6 0 0\n"
+              "v 5 1 0\n"
+              "vt 0 0\n"
+              "vt 1 0\n"
+              "vt 0 1\n"
+              "vt 0 0\n"
+              "vt 1 0\n"
+              "vt 0 1\n"
+              "usemtl Wall\n"
+              "f 1/1 2/2 3/3\n"
+              "f 4/4 5/5 6/6\n");
+    EXPECT_EQ(result.counts.triangles, 2U);
+    EXPECT_EQ(result.counts.skippedTriangles, 0U);
+}
+
 TEST(InspectObj, leavesOutWhatCannotBeDrawn) {
     Scene scene;
     scene.instances = {{u"missing", u"Wall"}, {u"quad", u"Wall"}};

@@ -89,6 +89,19 @@ class RunInspect(unittest.TestCase):
             run.stdout, rb"\Aa\.stream: at byte \d+: 1 byte follows the end of the stream\n\Z"
         )
 
+    def test_compare(self) -> None:
+        (self.folder / "é.stream").write_bytes(stream("m"))
+        (self.folder / "b.stream").write_bytes(stream("n"))
+        run = self.run_program("--compare", "é.stream", "é.stream")
+        self.assertEqual((run.returncode, run.stderr), (0, b""))
+        self.assertEqual(
+            run.stdout.decode(),
+            "é.stream (A) and é.stream (B): the same scene: 1 material, 1 instance, 1 mesh\n",
+        )
+        run = self.run_program("--compare", "é.stream", "b.stream")
+        self.assertEqual((run.returncode, run.stderr), (1, b""))
+        self.assertEqual(len(run.stdout.splitlines()), 5)
+
     def test_failures(self) -> None:
         run = self.run_program("missing.stream")
         self.assertEqual((run.returncode, run.stdout), (2, b""))

@@ -55,6 +55,24 @@ TEST(InspectSummary, tellsAllThatIsInAScene) {
                   "  tri   Wall      (0, 0, -5)\n");
 }
 
+TEST(InspectSummary, mergedMeshesAreUnindexedTriangles) {
+    const std::string summary = summaryOf(streamtest::mergedScene().build());
+    EXPECT_TRUE(holds(summary,
+                      "  triangle count    6\n"
+                      "  placed triangles  2\n"
+                      "  merged meshes     1: unindexed triangles, of which \"triangle count\" "
+                      "counts the points\n"
+                      "  world bounds      (0, 0, 0) to (6, 1, 0)\n"))
+        << summary;
+    EXPECT_TRUE(holds(summary,
+                      "  name            vertices  triangles  uses  arrays\n"
+                      "  a                      3          1     0  positions, uvs, indices\n"
+                      "  b                      3          1     0  positions, uvs, indices\n"
+                      "  Wall_q7_merged         6          2     1  positions, uvs, no indices "
+                      "(merged)\n"))
+        << summary;
+}
+
 TEST(InspectSummary, emptyModel) {
     StreamBuilder stream;
     stream.word(11).text(u"{}").word(0).word(0).word(0);

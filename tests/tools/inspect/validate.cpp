@@ -193,6 +193,42 @@ TEST(InspectValidate, indices) {
                           "are out of range")}));
 }
 
+TEST(InspectValidate, mergedMeshesAreSound) {
+    EXPECT_EQ(faultsOf(streamtest::mergedScene()), Lines{});
+}
+
+TEST(InspectValidate, triangleCountCountsThePointsOfMergedMeshes) {
+    Scene scene = streamtest::mergedScene();
+    scene.header = streamtest::headerText(2);
+    EXPECT_EQ(faultsOf(scene), Lines{"4: header: \"triangleCount\" is 2, but the instances place "
+                                     "6, of merged meshes the points"});
+}
+
+TEST(InspectValidate, otherIndicesOfAMergedNameObeyTheRules) {
+    Scene scene = streamtest::mergedScene();
+    scene.meshes[2].indices[1] = 2;
+    const auto mesh = modelOf(scene).meshes[2];
+    EXPECT_EQ(faultsOf(scene), Lines{line(mesh.indicesOffset + 4 + 6 * 4,
+                                          "mesh \"Wall_q7_merged\": indices[6] is 6, but the mesh "
+                                          "has 6 vertices, and 11 more are out of range")});
+    scene.meshes[2].indices = {0, 1, 2, 3};
+    scene.header = streamtest::headerText(1);
+    EXPECT_EQ(faultsOf(scene),
+              Lines{line(mesh.indicesOffset,
+                         "mesh \"Wall_q7_merged\": 4 indices are not whole triangles")});
+    scene.meshes[2].indices = {0, 1, 2, 5, 4, 3};
+    scene.header = streamtest::headerText(2);
+    EXPECT_EQ(faultsOf(scene), Lines{});
+}
+
+TEST(InspectValidate, theListOfAMergedMeshUnderAnotherNameIsFaulty) {
+    Scene scene = streamtest::mergedScene();
+    scene.meshes[2].name = scene.instances[0].mesh = u"Wall";
+    EXPECT_EQ(faultsOf(scene), Lines{line(modelOf(scene).meshes[2].indicesOffset + 4 + 6 * 4,
+                                          "mesh \"Wall\": indices[6] is 6, but the mesh has 6 "
+                                          "vertices, and 11 more are out of range")});
+}
+
 TEST(InspectValidate, indicesWithoutVertices) {
     Scene scene;
     scene.meshes.push_back({u"hollow", {}, {}, {}, {}, {0, 0, 0}});

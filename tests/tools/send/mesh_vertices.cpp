@@ -39,6 +39,38 @@ TEST(DropUnusedVertices, LeavesAMeshWithoutGaps) {
     EXPECT_TRUE(mesh.normals.empty());
 }
 
+TEST(UnshareVertices, GivesEachCornerItsOwn) {
+    SceneMesh mesh = meshOf(6, {0, 1, 2, 2, 1, 3});
+    unshareVertices(mesh);
+    EXPECT_EQ(mesh.indices, (Indices{0, 1, 2, 3, 4, 5}));
+    EXPECT_EQ(mesh.positions, (Floats{0, 0, 0, 1, 1, 1, 2, 2, 2, 2, 2, 2, 1, 1, 1, 3, 3, 3}));
+    EXPECT_EQ(mesh.normals.size(), 18U);
+    EXPECT_EQ(mesh.normals.back(), -3);
+    EXPECT_EQ(mesh.uvs, (Floats{0, 0, 1, 1, 2, 2, 2, 2, 1, 1, 3, 3}));
+}
+
+TEST(UnshareVertices, LeavesAbsentArraysAbsent) {
+    SceneMesh mesh = meshOf(3, {2, 1, 0});
+    mesh.normals.clear();
+    mesh.uvs.clear();
+    unshareVertices(mesh);
+    EXPECT_EQ(mesh.positions, (Floats{2, 2, 2, 1, 1, 1, 0, 0, 0}));
+    EXPECT_TRUE(mesh.normals.empty());
+    EXPECT_TRUE(mesh.uvs.empty());
+}
+
+TEST(UnshareMergeable, LeavesMeshesOfSeveralNodes) {
+    Scene scene;
+    scene.meshes.assign(4, meshOf(6, {0, 1, 2, 2, 1, 3}));
+    scene.nodes = {{u"a", {}, {}, {0, 1}}, {u"b", {}, {}, {1, 2, 2}}, {u"c", {}, {}, {}}};
+    unshareMergeable(scene);
+    const Indices shared{0, 1, 2, 2, 1, 3};
+    const Indices unshared{0, 1, 2, 3, 4, 5};
+    EXPECT_EQ(scene.meshes[0].indices, unshared);
+    EXPECT_EQ(scene.meshes[1].indices, shared);
+    EXPECT_EQ(scene.meshes[2].indices, unshared);
+}
+
 TEST(PadToWholeTriangles, RepeatsTheLastVertex) {
     SceneMesh mesh = meshOf(4, {0, 1, 2, 2, 1, 3});
     padToWholeTriangles(mesh);

@@ -38,6 +38,13 @@ TEST(ParseOptions, TakesEitherOutputOrBoth) {
     EXPECT_TRUE(both.stream && both.materials);
 }
 
+TEST(ParseOptions, ChoosesTheFormOfTheStream) {
+    EXPECT_EQ(good({"a.obj", "--stream", "b"}).form, StreamForm::raw);
+    EXPECT_EQ(good({"a.obj", "--processed", "--stream", "b"}).form, StreamForm::processed);
+    EXPECT_EQ(badReason({"a.obj", "--processed", "--materials", "b"}),
+              "--processed is of use with --stream only");
+}
+
 TEST(ParseOptions, TellsWhatIsWrong) {
     EXPECT_EQ(badReason({"a.obj"}), "nothing to write: give --stream, --materials or both");
     EXPECT_EQ(badReason({"--stream", "b"}), "MODEL is required");
@@ -53,7 +60,7 @@ TEST(ParseOptions, TellsWhatIsWrong) {
 TEST(ParseOptions, HelpTeachesWithExamplesAndProperties) {
     for (const char* option : {"--help", "-h"}) {
         const std::string help = helpText({option});
-        for (const char* part : {"--stream OUT.q7mesh", "--materials OUT.xml",
+        for (const char* part : {"--stream OUT.q7mesh", "--processed", "--materials OUT.xml",
                                  "Examples:", "q7-send engine.glb --stream engine.q7mesh",
                                  "MetallicRoughnessTexture", "Exit status: 0"}) {
             EXPECT_NE(help.find(part), std::string::npos) << part;

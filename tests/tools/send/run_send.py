@@ -91,6 +91,21 @@ class RealFiles(SendTest):
         self.assertEqual(content["header"]["textureFolder"], str(model.parent))
         self.assertEqual(self.names(), ["e.q7mesh", "e.xml"])
 
+    def test_engine_processed(self) -> None:
+        self.sent(MODELS / ENGINE, "--stream", "raw.q7mesh")
+        line = self.sent(MODELS / ENGINE, "--processed", "--stream", "merged.q7mesh")
+        self.assertIn("67 nodes (38 duplicates), 35 materials, 121496 triangles", line)
+        raw = self.inspect("raw.q7mesh")
+        merged = self.inspect("merged.q7mesh")
+        self.assertEqual(merged["placedTriangles"], 121496)
+        self.assertEqual(merged["header"]["triangleCount"], merged["countedTriangles"])
+        self.assertGreater(merged["countedTriangles"], 121496)
+        self.assertLess(len(merged["instances"]), len(raw["instances"]))
+        # The same surface, in the same place.
+        for side in ("lowest", "highest"):
+            for one, other in zip(raw["worldBounds"][side], merged["worldBounds"][side]):
+                self.assertAlmostEqual(one, other, delta=1e-2)
+
     def test_same_bytes_again(self) -> None:
         for name in ("a", "b"):
             self.sent(MODELS / ENGINE, "--stream", f"{name}.q7mesh", "--materials", f"{name}.xml")

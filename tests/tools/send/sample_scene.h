@@ -42,4 +42,12 @@ inline Scene sampleScene() {
     return scene;
 }
 
+// Each material has two meshes of a single node: both merge. "copy" and "two_parts" share nothing.
+inline Scene mergeableScene() {
+    Scene scene = sampleScene();
+    scene.meshes.push_back(squareMesh(0));
+    scene.nodes[2].meshes = {4};
+    return scene;
+}
+
 }  // namespace q7send

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "common/stream_reader.h"
+#include "send/mesh_vertices.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
 #include "tests/tools/send/sample_scene.h"
@@ -22,13 +23,13 @@ struct Sent {
     std::vector<double> progress;
 };
 
-Sent send(const Scene& scene) {
+Sent send(const Scene& scene, StreamForm form = StreamForm::raw) {
     const TemporaryFolder folder;
     Sent sent;
     SceneSender sender;
     sent.totals =
         sender.describe(scene, "1.2", [&sent](double done) { sent.progress.push_back(done); });
-    sender.saveStream(folder / "out.q7mesh");
+    sender.saveStream(folder / "out.q7mesh", form);
     sender.saveMaterials(folder / "out.xml");
     sent.stream = q7tools::readStreamFile(folder / "out.q7mesh");
     sent.materials = readFile(folder / "out.xml");
@@ -129,6 +130,21 @@ TEST(SceneSender, TheHeaderNamesProgramAndTextureFolder) {
     EXPECT_EQ(header.at("triangleCount"), 14);
     // One more than the version that was set.
     EXPECT_EQ(header.at("materialVersion"), 2);
+}
+
+TEST(SceneSender, TheProcessedFormIsMerged) {
+    Scene scene = mergeableScene();
+    unshareMergeable(scene);
+    const Sent sent = send(scene, StreamForm::processed);
+    EXPECT_EQ(sent.totals.instances, 4U);
+    EXPECT_EQ(sent.stream.instances.size(), 2U);
+    EXPECT_EQ(sent.stream.meshes.size(), 6U);
+    const StreamMesh* red = sent.stream.findMesh(u"red_q7_merged");
+    ASSERT_NE(red, nullptr);
+    EXPECT_TRUE(red->isMerged());
+    EXPECT_EQ(red->triangleCount(), 6U);
+    ASSERT_EQ(instancesOf(sent.stream, red->name).size(), 1U);
+    EXPECT_EQ(sent.stream.placedTriangleCount(), sent.totals.triangles);
 }
 
 TEST(SceneSender, AnEmptySceneIsAnEmptyStream) {

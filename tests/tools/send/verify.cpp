@@ -6,6 +6,8 @@
 #include <string>
 
 #include "common/files.h"
+#include "common/stream_reader.h"
+#include "send/mesh_vertices.h"
 #include "tests/temporary_folder.h"
 #include "tests/tools/send/sample_scene.h"
 
@@ -28,12 +30,12 @@ class Verify : public testing::Test {
     Verify() {
         SceneSender sender;
         totals = sender.describe(sampleScene(), "1.2", [](double) {});
-        sender.saveStream(stream.temporary());
+        sender.saveStream(stream.temporary(), StreamForm::raw);
         sender.saveMaterials(materials.temporary());
     }
 
     std::string streamReason() {
-        return reasonOf(stream, [this] { verifyStream(stream, totals); });
+        return reasonOf(stream, [this] { verifyStream(stream, totals, StreamForm::raw); });
     }
     std::string materialsReason() {
         return reasonOf(materials, [this] { verifyMaterials(materials); });
@@ -46,7 +48,7 @@ class Verify : public testing::Test {
 };
 
 TEST_F(Verify, WholeFilesHaveTheirSize) {
-    EXPECT_EQ(verifyStream(stream, totals), fs::file_size(stream.temporary()));
+    EXPECT_EQ(verifyStream(stream, totals, StreamForm::raw), fs::file_size(stream.temporary()));
     EXPECT_EQ(verifyMaterials(materials), fs::file_size(materials.temporary()));
 }
 
@@ -77,6 +79,59 @@ TEST_F(Verify, WhatIsMissingIsTold) {
     EXPECT_EQ(streamReason(), "6 instances were sent, but 5 were written");
     totals.materials = 3;
     EXPECT_EQ(streamReason(), "3 materials were sent, but 2 were written");
+}
+
+class VerifyProcessed : public testing::Test {
+  protected:
+    // Sends the scene, and gives the reason why the file is refused.
+    std::string reasonFor(const Scene& scene) {
+        SceneSender sender;
+        totals = sender.describe(scene, "1.2", [](double) {});
+        sender.saveStream(stream.temporary(), StreamForm::processed);
+        return verifyReason();
+    }
+
+    std::string verifyReason() {
+        return reasonOf(stream, [this] { verifyStream(stream, totals, StreamForm::processed); });
+    }
+
+    TemporaryFolder folder;
+    OutputFile stream{folder / "out.q7mesh"};
+    SendTotals totals;
+};
+
+TEST_F(VerifyProcessed, MergedMeshesHoldWhatWasSent) {
+    Scene scene = mergeableScene();
+    unshareMergeable(scene);
+    EXPECT_EQ(reasonFor(scene), "no error");
+    EXPECT_EQ(totals.instances, 4U);
+    EXPECT_EQ(q7tools::readStreamFile(stream.temporary()).instances.size(), 2U);
+}
+
+TEST_F(VerifyProcessed, ScenesWithoutAnythingToMergePass) {
+    EXPECT_EQ(reasonFor(sampleScene()), "no error");
+    EXPECT_EQ(reasonFor(Scene()), "no error");
+}
+
+TEST_F(VerifyProcessed, WhatIsMissingIsTold) {
+    Scene scene = mergeableScene();
+    unshareMergeable(scene);
+    reasonFor(scene);
+    totals.triangles += 2;
+    EXPECT_EQ(verifyReason(), "12 triangles were sent, but 10 were written");
+    totals.instances = 6;
+    EXPECT_EQ(verifyReason(), "6 instances were sent, but 4 were written");
+}
+
+TEST_F(VerifyProcessed, MeshesThatDoNotFitEachOtherAreMissed) {
+    Scene scene = mergeableScene();
+    unshareMergeable(scene);
+    scene.meshes[4].normals.clear();
+    EXPECT_EQ(reasonFor(scene), "10 triangles were sent, but 4 were written");
+}
+
+TEST_F(VerifyProcessed, SharedVerticesAreFound) {
+    EXPECT_NE(reasonFor(mergeableScene()), "no error");
 }
 
 }  // namespace q7send

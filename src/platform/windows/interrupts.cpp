@@ -1,0 +1,31 @@
+#include "platform/interrupts.h"
+
+#include <windows.h>
+
+#include <atomic>
+
+namespace platform {
+namespace {
+
+constexpr DWORD timeToEnd = 5000;  // milliseconds
+
+std::atomic<bool> interrupted = false;
+
+BOOL WINAPI rememberInterrupt(DWORD event) {
+    interrupted = true;
+    // After the others the system ends the process as soon as this returns.
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(timeToEnd);
+    return TRUE;
+}
+
+}  // namespace
+
+void watchInterrupts() {
+    SetConsoleCtrlHandler(rememberInterrupt, TRUE);
+}
+
+bool wasInterrupted() {
+    return interrupted;
+}
+
+}  // namespace platform

@@ -1,0 +1,88 @@
+#include "platform/socket.h"
+
+#include <winsock2.h>
+// Needs winsock2.h first.
+#include <ws2tcpip.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <climits>
+#include <mutex>
+
+namespace platform {
+namespace {
+
+static_assert(static_cast<SocketHandle>(INVALID_SOCKET) == noSocket);
+
+std::atomic<bool> started = false;
+std::mutex starting;
+
+SOCKET nativeOf(SocketHandle socket) {
+    return static_cast<SOCKET>(socket);
+}
+
+int inOneCall(std::size_t size) {
+    return static_cast<int>(std::min<std::size_t>(size, INT_MAX));
+}
+
+void setOption(SocketHandle socket, int level, int option, const void* value, int size) {
+    setsockopt(nativeOf(socket), level, option, static_cast<const char*>(value), size);
+}
+
+}  // namespace
+
+void startSockets() {
+    const std::scoped_lock lock(starting);
+    if (started) return;
+    WSADATA details = {};
+    started = WSAStartup(MAKEWORD(2, 2), &details) == 0;
+}
+
+// Takes no lock: it runs while the process ends, when a thread that held the lock may be gone.
+void stopSockets() {
+    if (started.exchange(false)) WSACleanup();
+}
+
+bool isAddress(const char* address) {
+    in_addr parsed = {};
+    return inet_pton(AF_INET, address, &parsed) == 1;
+}
+
+SocketHandle openSocket() {
+    return static_cast<SocketHandle>(::socket(AF_INET, SOCK_STREAM, IPPROTO_TCP));
+}
+
+bool connectSocket(SocketHandle socket, const char* address, std::uint16_t port) {
+    sockaddr_in target = {};
+    target.sin_family = AF_INET;
+    target.sin_port = htons(port);
+    if (inet_pton(AF_INET, address, &target.sin_addr) != 1) return false;
+    return connect(nativeOf(socket), reinterpret_cast<const sockaddr*>(&target), sizeof target) ==
+           0;
+}
+
+void closeSocket(SocketHandle socket) {
+    closesocket(nativeOf(socket));
+}
+
+void setTimeouts(SocketHandle socket) {
+    const std::array<DWORD, 2> value = {0, 60};
+    setOption(socket, SOL_SOCKET, SO_RCVTIMEO, value.data(), sizeof value);
+    setOption(socket, SOL_SOCKET, SO_SNDTIMEO, value.data(), sizeof value);
+}
+
+void sendWithoutDelay(SocketHandle socket) {
+    const BOOL on = TRUE;
+    setOption(socket, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+}
+
+std::ptrdiff_t sendBytes(SocketHandle socket, const void* data, std::size_t size) {
+    return send(nativeOf(socket), static_cast<const char*>(data), inOneCall(size), 0);
+}
+
+std::ptrdiff_t receiveBytes(SocketHandle socket, void* data, std::size_t size) {
+    return recv(nativeOf(socket), static_cast<char*>(data), inOneCall(size), 0);
+}
+
+}  // namespace platform

@@ -1,0 +1,8 @@
+// The few fixed lines that the library prints.
+#pragma once
+
+#include <string_view>
+
+// Writes the text and a line end to standard output at once. A stream takes either narrow or wide
+// text, so narrow it is for all of them.
+void printLine(std::string_view text);

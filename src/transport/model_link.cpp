@@ -1,0 +1,172 @@
+#include "transport/model_link.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "link/render_socket.h"
+#include "platform/shared_memory.h"
+#include "support/hash_map.h"
+
+namespace {
+
+std::size_t textBytes(WideView text) {
+    return text.size() * sizeof(char16_t);
+}
+
+template <class Number>
+std::size_t arrayBytes(const Array<Number>& array) {
+    return array.size() * sizeof(Number);
+}
+
+std::size_t materialBytes(const Model& model) {
+    std::size_t bytes = 0;
+    for (const auto& [name, material] : model.materials) {
+        bytes += textBytes(material->getName()) + textBytes(material->toXml()) + 8;
+    }
+    return bytes;
+}
+
+std::size_t instanceBytes(const Model& model) {
+    std::size_t bytes = 0;
+    for (const auto& instance : model.instances) {
+        bytes += textBytes(instance->mesh->name) + textBytes(instance->material->getName()) + 72;
+    }
+    return bytes;
+}
+
+std::size_t longestArrayBytes(const Model& model) {
+    std::size_t longest = 0;
+    for (const auto& [name, mesh] : model.meshes) {
+        longest =
+            std::max({longest, arrayBytes(mesh->positions), arrayBytes(mesh->normals),
+                      arrayBytes(mesh->uvs), arrayBytes(mesh->colors), arrayBytes(mesh->indices)});
+    }
+    return longest;
+}
+
+// The meshes that instances use, each once.
+std::vector<const Mesh*> referencedMeshes(const Model& model) {
+    HashSet<std::uint64_t> seen;
+    std::vector<const Mesh*> meshes;
+    for (const auto& instance : model.instances) {
+        const auto address = reinterpret_cast<std::uint64_t>(instance->mesh);
+        if (seen.insert(address)) meshes.push_back(instance->mesh);
+    }
+    return meshes;
+}
+
+// One exchange: every step starts at the block's base again.
+class Exchange {
+  public:
+    explicit Exchange(std::span<std::byte> block) : block_(block) {}
+
+    // A writer from the base on.
+    ByteWriter fromBase() {
+        cursor_ = block_;
+        return Q7Sync::toShareMem(cursor_);
+    }
+
+    template <class Number>
+    void sendArray(const Array<Number>& array) {
+        fromBase()(array.data(), arrayBytes(array));
+        sendCount(array.size());
+        acknowledge();
+    }
+
+    static void sendCount(std::size_t count) {
+        SendWord(renderSocket(), static_cast<std::uint32_t>(count));
+    }
+
+    // The renderer has read the block. What it says, and whether it says anything, is not looked at.
+    static void acknowledge() {
+        std::uint32_t ignored = 0;
+        ReceiveWord(renderSocket(), ignored);
+    }
+
+  private:
+    std::span<std::byte> block_;
+    std::span<std::byte> cursor_;
+};
+
+void sendMesh(Exchange& exchange, const Mesh& mesh) {
+    SendString(renderSocket(), mesh.name);
+    exchange.sendArray(mesh.positions);
+    exchange.sendArray(mesh.normals);
+    exchange.sendArray(mesh.uvs);
+    // Colours do not travel over the link; their place does.
+    exchange.sendCount(0);
+    exchange.acknowledge();
+    exchange.sendArray(mesh.indices);
+}
+
+// All that the two forms have in common.
+void sendModel(Exchange& exchange, const Model& model, const StreamSettings& settings) {
+    SendWord(renderSocket(), static_cast<std::uint32_t>(model.modelVersion));
+    SendString(renderSocket(), Q7Sync::headerJson(model, settings));
+
+    const ByteWriter materials = exchange.fromBase();
+    for (const auto& [name, material] : model.materials) {
+        Q7Sync::writeMaterial(*material, materials);
+    }
+    exchange.sendCount(model.materials.size());
+    exchange.acknowledge();
+
+    const ByteWriter instances = exchange.fromBase();
+    for (const auto& instance : model.instances)
+        Q7Sync::writeInstance(*instance, instances);
+    exchange.sendCount(model.instances.size());
+    exchange.acknowledge();
+
+    const std::vector<const Mesh*> meshes = referencedMeshes(model);
+    exchange.sendCount(meshes.size());
+    for (const Mesh* mesh : meshes)
+        sendMesh(exchange, *mesh);
+}
+
+}  // namespace
+
+WideString instancePathsJson(const Model& model) {
+    nlohmann::json paths = nlohmann::json::array();
+    for (const auto& instance : model.instances) {
+        paths.push_back(wideToUtf8(instance->path + u"/" + instance->material->getName()));
+    }
+    nlohmann::json object;
+    object["instance_paths"] = std::move(paths);
+    return utf8ToWide(object.dump());
+}
+
+std::uint32_t modelBlockSize(const Model& model) {
+    const std::size_t paths = textBytes(instancePathsJson(model)) + 4;
+    return static_cast<std::uint32_t>(
+        std::max({materialBytes(model), instanceBytes(model), longestArrayBytes(model), paths}));
+}
+
+void sendModelRaw(const Model& model, const StreamSettings& settings, std::span<std::byte> block) {
+    Exchange exchange(block);
+    sendModel(exchange, model, settings);
+    exchange.acknowledge();
+}
+
+void sendModelWithPaths(const Model& model, const StreamSettings& settings,
+                        std::span<std::byte> block) {
+    Exchange exchange(block);
+    sendModel(exchange, model, settings);
+    Q7Sync::writeWideString(instancePathsJson(model), exchange.fromBase());
+    exchange.sendCount(1);
+    exchange.acknowledge();
+    exchange.acknowledge();
+}
+
+void sendThroughBlock(const Model& model, const StreamSettings& settings, LinkForm form) {
+    if (model.instances.empty()) return;
+    const std::uint32_t size = modelBlockSize(model);
+    std::optional<platform::CreatedBlock> block;
+    block.emplace(platform::CreatedBlock::create(modelBlockName, size));
+    if (block->alreadyExisted()) {
+        // The renderer or an earlier send still holds one: let go of it, and take what comes.
+        block.reset();
+        block.emplace(platform::CreatedBlock::create(modelBlockName, size));
+    }
+    form(model, settings, block->view());
+}

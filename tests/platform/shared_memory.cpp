@@ -1,0 +1,333 @@
+#include "platform/shared_memory.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+
+#include "tests/platform/child_process.h"
+#endif
+
+using platform::BlockAccess;
+using platform::CreatedBlock;
+using platform::OpenedBlock;
+
+namespace {
+
+// A name that no other test and no other run uses.
+WideString newName() {
+    static int count = 0;
+#if defined(_WIN32)
+    const unsigned long process = GetCurrentProcessId();
+#else
+    const int process = getpid();
+#endif
+    return utf8ToWide("Q7TEST" + std::to_string(process) + "X" + std::to_string(++count));
+}
+
+void put(std::span<std::byte> view, const std::string& text) {
+    ASSERT_GE(view.size(), text.size());
+    std::memcpy(view.data(), text.data(), text.size());
+}
+
+std::string get(std::span<std::byte> view, std::size_t size) {
+    return {reinterpret_cast<const char*>(view.data()), std::min(size, view.size())};
+}
+
+bool exists(const WideString& name) {
+    return OpenedBlock::open(name, BlockAccess::ReadWrite).has_value();
+}
+
+bool canBeWritten(std::span<std::byte> view) {
+#if defined(_WIN32)
+    MEMORY_BASIC_INFORMATION region = {};
+    VirtualQuery(view.data(), &region, sizeof region);
+    return region.Protect == PAGE_READWRITE;
+#else
+    std::ifstream maps("/proc/self/maps");
+    std::string line;
+    while (std::getline(maps, line)) {
+        std::size_t read = 0;
+        const auto begin = std::stoull(line, &read, 16);
+        if (begin != reinterpret_cast<std::uintptr_t>(view.data())) continue;
+        return line.substr(line.find(' ') + 1, 2) == "rw";
+    }
+    ADD_FAILURE() << "not mapped";
+    return false;
+#endif
+}
+
+}  // namespace
+
+TEST(SharedMemory, OpeningMakesNothing) {
+    const WideString name = newName();
+    EXPECT_FALSE(OpenedBlock::open(name, BlockAccess::ReadWrite));
+    EXPECT_FALSE(OpenedBlock::open(name, BlockAccess::ReadOnly));
+    EXPECT_FALSE(CreatedBlock::create(name, 4).alreadyExisted());
+}
+
+TEST(SharedMemory, ANewBlockIsZeroAndAsLargeAsAskedFor) {
+    for (const std::uint32_t size : {1U, 2U, 4U, 4096U, 100000U}) {
+        const CreatedBlock block = CreatedBlock::create(newName(), size);
+        EXPECT_FALSE(block.alreadyExisted());
+        ASSERT_GE(block.view().size(), size);
+        EXPECT_EQ(get(block.view(), size), std::string(size, '\0'));
+        block.view()[size - 1] = std::byte{7};
+        EXPECT_EQ(block.view()[size - 1], std::byte{7});
+    }
+}
+
+TEST(SharedMemory, BothSidesSeeWhatTheOtherWrites) {
+    const WideString name = newName();
+    const CreatedBlock created = CreatedBlock::create(name, 8);
+    put(created.view(), "made");
+    const auto writing = OpenedBlock::open(name, BlockAccess::ReadWrite);
+    const auto reading = OpenedBlock::open(name, BlockAccess::ReadOnly);
+    ASSERT_TRUE(writing && reading);
+    EXPECT_EQ(get(writing->view(), 4), "made");
+    EXPECT_EQ(get(reading->view(), 4), "made");
+    put(writing->view().subspan(4), "back");
+    EXPECT_EQ(get(created.view(), 8), "madeback");
+    EXPECT_EQ(get(reading->view(), 8), "madeback");
+    EXPECT_TRUE(canBeWritten(created.view()));
+    EXPECT_TRUE(canBeWritten(writing->view()));
+    EXPECT_FALSE(canBeWritten(reading->view()));
+}
+
+TEST(SharedMemory, AnOpenedBlockIsMappedWhole) {
+    const WideString name = newName();
+    const CreatedBlock created = CreatedBlock::create(name, 100000);
+    put(created.view().subspan(99997), "end");
+    const auto opened = OpenedBlock::open(name, BlockAccess::ReadOnly);
+    ASSERT_TRUE(opened);
+    EXPECT_EQ(opened->view().size(), created.view().size());
+    EXPECT_EQ(get(opened->view().subspan(99997), 3), "end");
+}
+
+TEST(SharedMemory, CreatingTakesTheBlockThatIsThere) {
+    const WideString name = newName();
+    const CreatedBlock first = CreatedBlock::create(name, 5000);
+    put(first.view(), "first");
+    for (const std::uint32_t size : {2U, 5000U, 100000U}) {
+        const CreatedBlock second = CreatedBlock::create(name, size);
+        EXPECT_TRUE(second.alreadyExisted());
+        EXPECT_EQ(second.view().size(), first.view().size());
+        EXPECT_EQ(get(second.view(), 5), "first");
+        second.view().back() = std::byte{7};
+        EXPECT_EQ(first.view().back(), std::byte{7});
+        first.view().back() = std::byte{0};
+#if !defined(_WIN32)
+        // The next one would not find it: closing takes the name away.
+        break;
+#endif
+    }
+}
+
+TEST(SharedMemory, TheNameGoesWithTheLastBlock) {
+    const WideString name = newName();
+    { const CreatedBlock block = CreatedBlock::create(name, 4); }
+    EXPECT_FALSE(exists(name));
+    {
+        const CreatedBlock first = CreatedBlock::create(name, 4);
+        const CreatedBlock second = CreatedBlock::create(name, 4);
+        EXPECT_FALSE(first.alreadyExisted());
+        EXPECT_TRUE(second.alreadyExisted());
+    }
+    EXPECT_FALSE(exists(name));
+    EXPECT_FALSE(CreatedBlock::create(name, 4).alreadyExisted());
+}
+
+TEST(SharedMemory, AnOpenedBlockOutlivesItsMaker) {
+    const WideString name = newName();
+    std::optional<CreatedBlock> created = CreatedBlock::create(name, 4);
+    put(created->view(), "kept");
+    const auto opened = OpenedBlock::open(name, BlockAccess::ReadWrite);
+    created.reset();
+    ASSERT_TRUE(opened);
+    EXPECT_EQ(get(opened->view(), 4), "kept");
+}
+
+TEST(SharedMemory, MovingKeepsTheBlock) {
+    const WideString name = newName();
+    CreatedBlock first = CreatedBlock::create(name, 4);
+    put(first.view(), "kept");
+    {
+        CreatedBlock second = std::move(first);
+        EXPECT_EQ(get(second.view(), 4), "kept");
+        EXPECT_TRUE(exists(name));
+        first = std::move(second);
+    }
+    EXPECT_EQ(get(first.view(), 4), "kept");
+    auto opened = OpenedBlock::open(name, BlockAccess::ReadOnly);
+    ASSERT_TRUE(opened);
+    const OpenedBlock moved = std::move(*opened);
+    EXPECT_EQ(get(moved.view(), 4), "kept");
+}
+
+TEST(SharedMemory, ABlockWithoutBytesHasAnEmptyView) {
+    const CreatedBlock block = CreatedBlock::create(newName(), 0);
+    EXPECT_FALSE(block.alreadyExisted());
+    EXPECT_TRUE(block.view().empty());
+}
+
+#if defined(_WIN32)
+
+TEST(SharedMemory, ABlockLivesUntilItsLastHandleIsClosed) {
+    const WideString name = newName();
+    const CreatedBlock first = CreatedBlock::create(name, 4);
+    { const CreatedBlock second = CreatedBlock::create(name, 4); }
+    EXPECT_TRUE(exists(name));
+}
+
+TEST(SharedMemory, ANameOfAnotherKindOfObjectGivesNoBlock) {
+    const WideString name = newName();
+    HANDLE const other =
+        CreateEventW(nullptr, FALSE, FALSE, std::wstring(name.begin(), name.end()).c_str());
+    ASSERT_NE(other, nullptr);
+    const CreatedBlock block = CreatedBlock::create(name, 4);
+    EXPECT_FALSE(block.alreadyExisted());
+    EXPECT_TRUE(block.view().empty());
+    EXPECT_FALSE(exists(name));
+    CloseHandle(other);
+}
+
+#else
+
+namespace {
+
+std::string objectName(const WideString& name) {
+    return "/" + wideToUtf8(name);
+}
+
+struct stat statusOf(const WideString& name) {
+    struct stat status = {};
+    const int descriptor = shm_open(objectName(name).c_str(), O_RDWR, 0);
+    EXPECT_GE(descriptor, 0);
+    EXPECT_EQ(fstat(descriptor, &status), 0);
+    close(descriptor);
+    return status;
+}
+
+auto openDescriptors() {
+    const std::filesystem::directory_iterator entries("/proc/self/fd");
+    return std::distance(begin(entries), end(entries));
+}
+
+}  // namespace
+
+TEST(SharedMemory, IsReservedAtOnceForThisUserOnly) {
+    const WideString name = newName();
+    const CreatedBlock block = CreatedBlock::create(name, 40'000'000);
+    EXPECT_EQ(block.view().size(), 40'000'000U);
+    const struct stat status = statusOf(name);
+    EXPECT_EQ(status.st_mode & 0777U, 0600U);
+    EXPECT_EQ(status.st_size, 40'000'000);
+    EXPECT_GE(status.st_blocks * 512, 40'000'000);
+}
+
+TEST(SharedMemory, OtherProcessesSeeTheBlock) {
+    const WideString name = newName();
+    const CreatedBlock block = CreatedBlock::create(name, 8);
+    put(block.view(), "host");
+    const pid_t child = startChild([&name] {
+        const auto opened = OpenedBlock::open(name, BlockAccess::ReadWrite);
+        if (!opened || get(opened->view(), 4) != "host") return 1;
+        put(opened->view(), "seen");
+        return 0;
+    });
+    EXPECT_EQ(exitCodeOf(child), 0);
+    EXPECT_EQ(get(block.view(), 4), "seen");
+    EXPECT_TRUE(exists(name));
+}
+
+TEST(SharedMemory, ABlockThatAKilledProcessLeftIsTakenAndReplaced) {
+    const WideString name = newName();
+    const pid_t child = startChild([&name] {
+        const CreatedBlock block = CreatedBlock::create(name, 4);
+        put(block.view(), "left");
+        raise(SIGKILL);
+        return 0;
+    });
+    EXPECT_EQ(exitCodeOf(child), -1);
+    std::optional<CreatedBlock> block = CreatedBlock::create(name, 4);
+    EXPECT_TRUE(block->alreadyExisted());
+    EXPECT_EQ(get(block->view(), 4), "left");
+    block.reset();
+    block = CreatedBlock::create(name, 4);
+    EXPECT_FALSE(block->alreadyExisted());
+    EXPECT_EQ(get(block->view(), 4), std::string(4, '\0'));
+}
+
+TEST(SharedMemory, ClosingTakesTheNameAwayWhoeverMadeIt) {
+    const WideString name = newName();
+    const CreatedBlock first = CreatedBlock::create(name, 4);
+    { const CreatedBlock second = CreatedBlock::create(name, 4); }
+    EXPECT_FALSE(exists(name));
+    // Its memory stays while it is mapped.
+    put(first.view(), "here");
+    EXPECT_EQ(get(first.view(), 4), "here");
+}
+
+TEST(SharedMemory, ABlockThatHasNoBytesYetOpensEmpty) {
+    const WideString name = newName();
+    const int descriptor = shm_open(objectName(name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+    ASSERT_GE(descriptor, 0);
+    close(descriptor);
+    const auto opened = OpenedBlock::open(name, BlockAccess::ReadWrite);
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(opened->view().empty());
+    const CreatedBlock created = CreatedBlock::create(name, 4);
+    EXPECT_TRUE(created.alreadyExisted());
+    EXPECT_TRUE(created.view().empty());
+}
+
+TEST(SharedMemory, WhereThereIsNoRoomTheViewIsEmpty) {
+    const WideString name = newName();
+    // The limit on the size of files holds for shared memory as well.
+    const pid_t child = startChild([&name] {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit limit = {4096, 4096};
+        if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
+        const CreatedBlock block = CreatedBlock::create(name, 1'000'000);
+        if (!block.view().empty() || block.alreadyExisted()) return 2;
+        const auto opened = OpenedBlock::open(name, BlockAccess::ReadWrite);
+        return opened && opened->view().empty() ? 0 : 3;
+    });
+    EXPECT_EQ(exitCodeOf(child), 0);
+    EXPECT_FALSE(exists(name));
+}
+
+TEST(SharedMemory, ANameThatCannotBeGivesAnEmptyView) {
+    for (const WideString& name : {WideString(), WideString(u"a/b"), WideString(5000, u'x')}) {
+        const CreatedBlock block = CreatedBlock::create(name, 4);
+        EXPECT_FALSE(block.alreadyExisted());
+        EXPECT_TRUE(block.view().empty());
+        EXPECT_FALSE(exists(name));
+    }
+}
+
+TEST(SharedMemory, HoldsNoDescriptor) {
+    const auto before = openDescriptors();
+    const WideString name = newName();
+    const CreatedBlock created = CreatedBlock::create(name, 4);
+    const CreatedBlock again = CreatedBlock::create(name, 4);
+    const auto opened = OpenedBlock::open(name, BlockAccess::ReadOnly);
+    EXPECT_EQ(openDescriptors(), before);
+}
+
+#endif
