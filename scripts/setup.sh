@@ -13,8 +13,9 @@ fail() {
 
 both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev libtinyobjloader-dev
     assimp-testmodels)
+# zlib1g-dev: Assimp's package does not ask for it, but programs that link Assimp need it.
 # locales: the tests make themselves a locale with a decimal comma.
-linux=(g++ libgtest-dev libassimp-dev clang-format clang-tidy locales)
+linux=(g++ libgtest-dev libassimp-dev zlib1g-dev clang-format clang-tidy locales)
 # clang, lld and llvm make the caller that follows the MSVC ABI.
 windows=(g++-mingw-w64-x86-64-posix wine wine64 clang lld llvm)
 

@@ -61,8 +61,8 @@ run_tests() {
     say "$preset: tests"
     mkdir -p "$folder/gtest"
     ctest --preset "$preset" --show-only=json-v1 >"$folder/tests.json" 2>/dev/null
-    GTEST_OUTPUT=xml:$reports/ "${run[@]}" ctest --preset "$preset" "${choice[@]}" \
-        --parallel "$(nproc)" --output-junit "$folder/ctest.xml" 2>&1 ||
+    GTEST_BRIEF=1 GTEST_OUTPUT=xml:$reports/ "${run[@]}" ctest --preset "$preset" \
+        "${choice[@]}" --parallel "$(nproc)" --output-junit "$folder/ctest.xml" 2>&1 ||
         touch "$folder/ctest-failed"
 }
 

@@ -13,6 +13,8 @@ export WINEPREFIX="${Q7_WINEPREFIX:-$top/build/wine}" WINEARCH=win64 WINEDEBUG="
 # Neither the HTML nor the .NET component is needed: without this the first start asks for them. And
 # nothing goes into the menus of the desktop.
 export WINEDLLOVERRIDES="${WINEDLLOVERRIDES:-mscoree=;mshtml=;winemenubuilder.exe=d}"
+# Wine takes from the locale which file names there can be.
+export LC_ALL=C.UTF-8
 unset DISPLAY
 
 # The first of these commands or files that there is.

@@ -1,6 +1,8 @@
 // A renderer inside the test's own process: its two blocks, its port, and a script for each connection.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -20,6 +22,18 @@
 inline constexpr WideView testStatusBlock = u"E35404FC215ED0F65A4EC1CCBB898CC8";
 inline constexpr WideView testPortBlock = u"BD7A725E37C60EEFD473703CF7EC26DD";
 inline constexpr WideView testModelBlock = u"84FB12B2EBCB82AB1DEDE669D1309DB6";
+
+// Takes away blocks that a run before left behind when it was killed.
+class WithoutLeftBlocks : public testing::Environment {
+  public:
+    void SetUp() override {
+        for (const WideView name : {testStatusBlock, testPortBlock, testModelBlock}) {
+            platform::CreatedBlock::create(name, 1);
+        }
+    }
+};
+inline testing::Environment* const withoutLeftBlocks =
+    testing::AddGlobalTestEnvironment(new WithoutLeftBlocks);
 
 // Long enough for any machine; a test that waits as long has failed.
 inline constexpr int patience = 20000;

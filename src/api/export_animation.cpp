@@ -39,6 +39,6 @@ Q7AnimProperty::Q7AnimProperty(double v, double lt, double lv, double rt, double
 
 Q7AnimProperty& Q7AnimProperty::operator=(const Q7AnimProperty& other) = default;
 
-Q7AnimProperty& Q7AnimProperty::operator=(Q7AnimProperty&& other) = default;
+Q7AnimProperty& Q7AnimProperty::operator=(Q7AnimProperty&& other) noexcept = default;
 
 #endif

@@ -541,7 +541,7 @@ struct Q7AnimProperty final {
 #else
     Q7_API Q7AnimProperty(double v, double lt, double lv, double rt, double rv);
     Q7_API Q7AnimProperty& operator=(const Q7AnimProperty& other);
-    Q7_API Q7AnimProperty& operator=(Q7AnimProperty&& other);
+    Q7_API Q7AnimProperty& operator=(Q7AnimProperty&& other) noexcept;
 #endif
 };
 #else

@@ -2,16 +2,6 @@
 
 #include <algorithm>
 
-// One line, kept in pieces for the reader's sake.
-const WideString defaultMaterialXml =
-    u"<Material><Name>DEFAULT</Name><Type>Custom</Type><Opacity>1.00</Opacity>"
-    u"<DiffuseColor>#FFFFFF</DiffuseColor><EmissiveColor>#FFFFFF</EmissiveColor>"
-    u"<EmissiveStrength>0</EmissiveStrength><TintColor>#FFFFFF</TintColor>"
-    u"<Roughness>0.40</Roughness><BumpAmount>0.10</BumpAmount><Metallic>0</Metallic>"
-    u"<Specular>0.30</Specular><IndexOfRefraction>1.52</IndexOfRefraction>"
-    u"<IsSolidGlass>false</IsSolidGlass><TextureWidth>1.00</TextureWidth>"
-    u"<TextureHeight>1.00</TextureHeight></Material>";
-
 namespace {
 
 bool countsFit(const MeshArrays& arrays) {
@@ -88,7 +78,7 @@ Material* Model::addMaterialXml(WideView name, WideString xml) {
 }
 
 Material* Model::addDefaultMaterial(WideView name) {
-    return addMaterialXml(name, defaultMaterialXml);
+    return addMaterialXml(name, WideString(defaultMaterialXml));
 }
 
 void Model::setMaterialXml(WideView name, WideString xml) {

@@ -24,7 +24,14 @@ using InstanceHandle = std::uint64_t;
 inline constexpr WideView fallbackMaterialName = u"No Material";
 
 // The text of a material that the host never described. Its inner name is not the material's id.
-extern const WideString defaultMaterialXml;
+inline constexpr WideView defaultMaterialXml =
+    u"<Material><Name>DEFAULT</Name><Type>Custom</Type><Opacity>1.00</Opacity>"
+    u"<DiffuseColor>#FFFFFF</DiffuseColor><EmissiveColor>#FFFFFF</EmissiveColor>"
+    u"<EmissiveStrength>0</EmissiveStrength><TintColor>#FFFFFF</TintColor>"
+    u"<Roughness>0.40</Roughness><BumpAmount>0.10</BumpAmount><Metallic>0</Metallic>"
+    u"<Specular>0.30</Specular><IndexOfRefraction>1.52</IndexOfRefraction>"
+    u"<IsSolidGlass>false</IsSolidGlass><TextureWidth>1.00</TextureWidth>"
+    u"<TextureHeight>1.00</TextureHeight></Material>";
 
 class IQ7Material {
   public:

@@ -104,6 +104,8 @@ void NodeBuilder::duplicate(WideView sourceNode, WideView newNode, const float* 
     // A node may be duplicated onto itself: the list as it is now counts.
     const std::size_t count = sources->size();
     for (std::size_t i = 0; i < count; ++i) {
+        // A handle is the address of its record.
+        // NOLINTNEXTLINE(performance-no-int-to-ptr)
         const auto* const source = reinterpret_cast<const Instance*>((*sources)[i]);
         if (!source) continue;
         copies.push_back(

@@ -8,7 +8,7 @@
 #include "link/render_socket.h"
 #include "platform/processes.h"
 #include "tests/fake_renderer.h"
-#include "tests/installation.h"
+#include "tests/platform/installation.h"
 
 namespace {
 

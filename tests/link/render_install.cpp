@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "link/link_state.h"
-#include "tests/installation.h"
+#include "tests/platform/installation.h"
 
 namespace {
 

@@ -223,7 +223,10 @@ TEST_F(InstallationRecordFile, OfTheMachineIsTheFirstWithAValue) {
 
 TEST_F(InstallationRecordFile, PassesPlacesThatAreNone) {
     writeIcon("two", "/two");
-    dataFolders_.set("::relative:" + (folder_ / "missing").string() + ":" +
+    writeIcon("three", "/three");
+    const auto relative = std::filesystem::relative(folder_ / "three");
+    ASSERT_TRUE(relative.is_relative());
+    dataFolders_.set("::" + relative.string() + ":" + (folder_ / "missing").string() + ":" +
                      (folder_ / "two").string() + ":");
     EXPECT_EQ(ofMachine(), u"/two");
     dataFolders_.set(":");

@@ -250,14 +250,15 @@ TEST(LaunchProgram, TakesARelativePathFromHere) {
 
 TEST(LaunchProgram, LeavesTheHostsInputSessionAndSignalSettingsBehind) {
     const TemporaryFolder folder;
-    // Of /proc/PID/stat, the sixth is the session. The two signals that the threads library keeps to
-    // itself are ignored in whatever it starts.
+    // The signals come first: the shell changes their settings when it has waited for a program. Two
+    // of them the threads library keeps to itself and has ignored in whatever it starts. Of
+    // /proc/PID/stat, the sixth is the session.
     writeReporter(folder / "program",
-                  "readlink /proc/$$/fd/0; read -r a b c d e session rest < /proc/$$/stat; "
-                  "[ $session = $$ ] && echo own session; "
                   "while read -r name value; do case $name in "
                   "SigBlk:|SigIgn:) echo $name $((0x$value & ~0x180000000));; esac; "
-                  "done < /proc/$$/status; echo $Q7_TEST_VARIABLE");
+                  "done < /proc/$$/status; "
+                  "readlink /proc/$$/fd/0; read -r a b c d e session rest < /proc/$$/stat; "
+                  "[ $session = $$ ] && echo own session; echo $Q7_TEST_VARIABLE");
     setenv("Q7_TEST_VARIABLE", "passed on", 1);
     {
         const SignalSettings settings;
@@ -265,20 +266,23 @@ TEST(LaunchProgram, LeavesTheHostsInputSessionAndSignalSettingsBehind) {
     }
     unsetenv("Q7_TEST_VARIABLE");
     EXPECT_EQ(textThatComes(folder / "made"),
-              "/dev/null\nown session\nSigBlk: 0\nSigIgn: 0\npassed on\n");
+              "SigBlk: 0\nSigIgn: 0\n/dev/null\nown session\npassed on\n");
 }
 
 TEST(LaunchProgram, KeepsTheHostsSignalSettings) {
     const TemporaryFolder folder;
     writeReporter(folder / "program", "echo x");
+    sigset_t given;
     sigset_t before;
     sigset_t after;
-    pthread_sigmask(SIG_SETMASK, nullptr, &before);
+    sigemptyset(&given);
+    sigaddset(&given, SIGUSR2);
+    pthread_sigmask(SIG_SETMASK, &given, &before);
     EXPECT_TRUE(launch(folder / "program", u"", folder.path()));
     EXPECT_FALSE(launch(folder / "missing", u"", folder.path()));
-    pthread_sigmask(SIG_SETMASK, nullptr, &after);
-    for (int number = 1; number < NSIG; ++number) {
-        EXPECT_EQ(sigismember(&before, number), sigismember(&after, number)) << number;
+    pthread_sigmask(SIG_SETMASK, &before, &after);
+    for (const int number : {SIGINT, SIGTERM, SIGCHLD, SIGUSR1, SIGUSR2}) {
+        EXPECT_EQ(sigismember(&after, number), sigismember(&given, number)) << number;
     }
     textThatComes(folder / "made");
 }

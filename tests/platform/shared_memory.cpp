@@ -298,12 +298,12 @@ TEST(SharedMemory, ABlockThatHasNoBytesYetOpensEmpty) {
 
 TEST(SharedMemory, WhereThereIsNoRoomTheViewIsEmpty) {
     const WideString name = newName();
-    // The limit on the size of files holds for shared memory as well.
+    // The limit on the size of files holds for shared memory as well. Part of the block is to be had.
     const pid_t child = startChild([&name] {
         signal(SIGXFSZ, SIG_IGN);
-        const rlimit limit = {4096, 4096};
+        const rlimit limit = {20'000'000, 20'000'000};
         if (setrlimit(RLIMIT_FSIZE, &limit) != 0) return 1;
-        const CreatedBlock block = CreatedBlock::create(name, 1'000'000);
+        const CreatedBlock block = CreatedBlock::create(name, 40'000'000);
         if (!block.view().empty() || block.alreadyExisted()) return 2;
         const auto opened = OpenedBlock::open(name, BlockAccess::ReadWrite);
         return opened && opened->view().empty() ? 0 : 3;

@@ -6,7 +6,7 @@
 #include "link/link_state.h"
 #include "link/render_socket.h"
 #include "tests/fake_renderer.h"
-#include "tests/installation.h"
+#include "tests/platform/installation.h"
 #include "transport/model_link.h"
 
 namespace {

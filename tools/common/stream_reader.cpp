@@ -1,6 +1,7 @@
 #include "common/stream_reader.h"
 
 #include <algorithm>
+#include <functional>
 #include <string>
 #include <unordered_map>
 
@@ -77,7 +78,32 @@ const Record* findNamed(const std::vector<Record>& records, WideString Record::*
     return found == records.end() ? nullptr : &*found;
 }
 
+std::uint64_t sumOverInstances(const StreamModel& model,
+                               std::size_t (StreamMesh::*countOf)() const) {
+    std::unordered_map<WideView, std::uint64_t> counts;
+    for (const StreamMesh& mesh : model.meshes)
+        counts.emplace(mesh.name, std::invoke(countOf, mesh));
+    std::uint64_t total = 0;
+    for (const StreamInstance& instance : model.instances) {
+        const auto found = counts.find(instance.mesh);
+        if (found != counts.end()) total += found->second;
+    }
+    return total;
+}
+
 }  // namespace
+
+bool StreamMesh::isMerged() const {
+    if (!name.ends_with(mergedMeshSuffix) || indices.size() != positions.size()) return false;
+    for (std::size_t i = 0; i < indices.size(); ++i) {
+        if (indices[i] != static_cast<std::int32_t>(i)) return false;
+    }
+    return true;
+}
+
+std::size_t StreamMesh::triangleCount() const {
+    return isMerged() ? vertexCount() / 3 : countedTriangles();
+}
 
 const StreamMaterial* StreamModel::findMaterial(WideView name) const {
     return findNamed(materials, &StreamMaterial::name, name);
@@ -92,15 +118,11 @@ const StreamInstance* StreamModel::findInstanceOf(WideView meshName) const {
 }
 
 std::uint64_t StreamModel::placedTriangleCount() const {
-    std::unordered_map<WideView, std::uint64_t> trianglesOf;
-    for (const StreamMesh& mesh : meshes)
-        trianglesOf.emplace(mesh.name, mesh.triangleCount());
-    std::uint64_t total = 0;
-    for (const StreamInstance& instance : instances) {
-        const auto found = trianglesOf.find(instance.mesh);
-        if (found != trianglesOf.end()) total += found->second;
-    }
-    return total;
+    return sumOverInstances(*this, &StreamMesh::triangleCount);
+}
+
+std::uint64_t StreamModel::countedTriangleCount() const {
+    return sumOverInstances(*this, &StreamMesh::countedTriangles);
 }
 
 StreamModel readStream(std::span<const std::byte> bytes) {

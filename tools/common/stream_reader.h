@@ -16,6 +16,9 @@ namespace q7tools {
 // The version word of every stream of the kind that this reader knows.
 constexpr std::uint32_t knownStreamVersion = 11;
 
+// The end of the name of each mesh that merging made.
+constexpr WideView mergedMeshSuffix = u"_q7_merged";
+
 // Each record keeps the offset in the file at which it starts, and those of its parts, so that
 // whoever finds a fault in it can say where. An array's offset is that of its count word.
 
@@ -54,7 +57,16 @@ struct StreamMesh {
     std::vector<std::int32_t> indices;
 
     std::size_t vertexCount() const { return positions.size() / 3; }
-    std::size_t triangleCount() const { return indices.size() / 3; }
+
+    // Whether it has the name and the index array of a merged mesh: 0, 1, 2 and so on, one entry
+    // for each float of the positions. Its vertices are then triangles, three by three, and its
+    // indices number no vertices. Looks at every index of a mesh with such a name.
+    bool isMerged() const;
+
+    // As they are to be drawn.
+    std::size_t triangleCount() const;
+    // As the header counts them, which for a merged mesh is the number of its vertices.
+    std::size_t countedTriangles() const { return indices.size() / 3; }
 
     bool operator==(const StreamMesh&) const = default;
 };
@@ -79,8 +91,10 @@ struct StreamModel {
     const StreamMesh* findMesh(WideView name) const;
     const StreamInstance* findInstanceOf(WideView meshName) const;
 
-    // The triangles of all instances: the number that a right header tells.
+    // The triangles of all instances, as they are to be drawn.
     std::uint64_t placedTriangleCount() const;
+    // The number that a right header tells. Without merged meshes it is the same.
+    std::uint64_t countedTriangleCount() const;
 };
 
 // Reads one stream from the start of the bytes. Bytes behind its end are no fault here: see

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <limits>
 #include <new>
 #include <optional>
 #include <span>
@@ -12,6 +13,7 @@
 #include "common/files.h"
 #include "common/stream_reader.h"
 #include "common/text_output.h"
+#include "inspect/compare.h"
 #include "inspect/json_report.h"
 #include "inspect/obj_export.h"
 #include "inspect/summary.h"
@@ -28,7 +30,7 @@ using q7tools::StreamModel;
 namespace {
 
 constexpr std::string_view program = "q7-inspect";
-constexpr std::size_t shownFaults = 100;
+constexpr std::size_t shownLines = 100;
 
 constexpr const char* examples = R"(Examples:
   q7-inspect scene.stream                    what is in it
@@ -36,17 +38,41 @@ constexpr const char* examples = R"(Examples:
   q7-inspect --validate scene.stream         is it sound? one line for each fault
   q7-inspect --json scene.stream             for programs
   q7-inspect --obj scene.obj scene.stream    look at it in any viewer
+  q7-inspect --compare a.stream b.stream     the same scene? one line for each difference
+  q7-inspect --compare --link saved.stream received.stream
+                                             the same, but for what the link leaves out
 
-Exit status: 0 all is well; 1 the file is not a valid model stream;
-2 bad usage, or a file that cannot be read or written.)";
+Two streams describe the same scene when they have the same header, the same materials and meshes
+by name, and the same instances, each as often. The link leaves out the meshes that no instance
+uses and all colors, and adds a mesh "@g@m@q7_" with instances that carry the materials.
+
+Exit status: 0 all is well; 1 the file is not a valid model stream, or the two that are compared
+differ; 2 bad usage, or a file that cannot be read or written.)";
 
 struct Options {
     std::string file;
     bool all = false;
     bool json = false;
     bool validate = false;
+    bool compare = false;
+    bool link = false;
+    bool order = false;
+    std::optional<std::string> other;
     std::optional<std::string> obj;
 };
+
+void addCompareOptions(CLI::App& app, Options& options) {
+    auto* compare = app.add_flag("--compare", options.compare,
+                                 "Tell whether FILE and OTHER describe the same scene");
+    app.add_flag("--link", options.link,
+                 "With --compare: FILE was saved, OTHER is the same as received over the link")
+        ->needs(compare);
+    app.add_flag("--order", options.order, "With --compare: the order of instances counts")
+        ->needs(compare);
+    auto* other = app.add_option("OTHER", options.other, "With --compare: the other model stream");
+    other->needs(compare);
+    compare->needs(other)->excludes("--json")->excludes("--validate")->excludes("--obj");
+}
 
 // Parses the arguments. Gives an exit code instead when nothing is left to do.
 std::optional<int> parseOptions(const std::vector<std::string>& arguments, Options& options,
@@ -62,9 +88,10 @@ std::optional<int> parseOptions(const std::vector<std::string>& arguments, Optio
     auto* obj =
         app.add_option("--obj", options.obj, "Write the placed scene as a Wavefront OBJ file")
             ->type_name("OUT");
-    app.add_flag("--all", options.all, "Print every row and every fault, however many");
+    app.add_flag("--all", options.all, "Print every row, fault and difference, however many");
     json->excludes(validate)->excludes(obj);
     validate->excludes(obj);
+    addCompareOptions(app, options);
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
@@ -101,6 +128,11 @@ void printFault(std::ostream& out, const std::string& file, const Fault& fault) 
     out << q7tools::printable(file) << ": " << q7tools::atByte(fault.offset, fault.reason) << '\n';
 }
 
+std::string mergedText(const StreamModel& model) {
+    const auto merged = std::ranges::count_if(model.meshes, &q7tools::StreamMesh::isMerged);
+    return merged == 0 ? std::string() : " (" + std::to_string(merged) + " merged)";
+}
+
 int runValidate(const Options& options, std::ostream& out) {
     std::vector<Fault> faults;
     StreamModel model;
@@ -114,11 +146,11 @@ int runValidate(const Options& options, std::ostream& out) {
         out << q7tools::printable(options.file)
             << ": valid: " << counted(model.materials.size(), "material", "materials") << ", "
             << counted(model.instances.size(), "instance", "instances") << ", "
-            << counted(model.meshes.size(), "mesh", "meshes") << ", "
+            << counted(model.meshes.size(), "mesh", "meshes") << mergedText(model) << ", "
             << counted(model.placedTriangleCount(), "placed triangle", "placed triangles") << '\n';
         return exitGood;
     }
-    const std::size_t shown = options.all ? faults.size() : std::min(faults.size(), shownFaults);
+    const std::size_t shown = options.all ? faults.size() : std::min(faults.size(), shownLines);
     for (std::size_t i = 0; i < shown; ++i)
         printFault(out, options.file, faults[i]);
     if (shown < faults.size()) {
@@ -151,7 +183,60 @@ int runObj(const Options& options, std::ostream& out, std::ostream& err) {
     return exitFaults;
 }
 
+// Tells the fault of a stream itself, since the caller cannot know in which of two it is.
+std::optional<StreamModel> readOrTell(const std::string& file, std::ostream& err) {
+    try {
+        return readModel(file);
+    } catch (const FormatError& error) {
+        err << errorLine(program, file, q7tools::atByte(error.offset(), error.what()));
+        return std::nullopt;
+    }
+}
+
+std::string allowedText(const LinkAllowances& allowed) {
+    std::string text;
+    const auto add = [&text](bool present, const std::string& what) {
+        if (present) text += (text.empty() ? "; allowed: " : ", ") + what;
+    };
+    add(allowed.unusedMeshes != 0,
+        counted(allowed.unusedMeshes, "unused mesh", "unused meshes") + " not received");
+    add(allowed.uncoloredMeshes != 0,
+        "colors of " + counted(allowed.uncoloredMeshes, "mesh", "meshes") + " not received");
+    add(allowed.hasGenerator,
+        "the generated mesh and " +
+            counted(allowed.generatedInstances, "generated instance", "generated instances") +
+            " ignored");
+    return text;
+}
+
+std::string verdict(const Comparison& comparison, const StreamModel& a) {
+    if (comparison.differenceCount == 0) {
+        return "the same scene: " + counted(a.materials.size(), "material", "materials") + ", " +
+               counted(a.instances.size(), "instance", "instances") + ", " +
+               counted(a.meshes.size(), "mesh", "meshes");
+    }
+    const std::string text = counted(comparison.differenceCount, "difference", "differences");
+    const std::uint64_t hidden = comparison.differenceCount - comparison.differences.size();
+    return hidden == 0 ? text : text + " (" + std::to_string(hidden) + " not shown: --all)";
+}
+
+int runCompare(const Options& options, std::ostream& out, std::ostream& err) {
+    const std::optional<StreamModel> a = readOrTell(options.file, err);
+    if (!a) return exitFaults;
+    const std::optional<StreamModel> b = readOrTell(*options.other, err);
+    if (!b) return exitFaults;
+    const std::size_t shown = options.all ? std::numeric_limits<std::size_t>::max() : shownLines;
+    const Comparison comparison =
+        compareStreams(*a, *b, {.link = options.link, .order = options.order, .shown = shown});
+    for (const std::string& difference : comparison.differences)
+        out << difference << '\n';
+    out << q7tools::printable(options.file) << " (A) and " << q7tools::printable(*options.other)
+        << " (B): " << verdict(comparison, *a) << allowedText(comparison.allowed) << '\n';
+    return comparison.differenceCount == 0 ? exitGood : exitFaults;
+}
+
 int run(const Options& options, std::ostream& out, std::ostream& err) {
+    if (options.compare) return runCompare(options, out, err);
     if (options.validate) return runValidate(options, out);
     if (options.obj) return runObj(options, out, err);
     const StreamModel model = readModel(options.file);
@@ -182,7 +267,8 @@ int inspectMain(const std::vector<std::string>& arguments, std::ostream& out, st
         err << errorLine(program, options.file, q7tools::atByte(error.offset(), error.what()));
         return exitFaults;
     } catch (const std::bad_alloc&) {
-        err << errorLine(program, options.file, "is too large for the memory of this machine");
+        const std::string files = options.file + (options.other ? " and " + *options.other : "");
+        err << errorLine(program, files, "too large for the memory of this machine");
     }
     return exitCode;
 }

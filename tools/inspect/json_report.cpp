@@ -59,6 +59,7 @@ ordered_json meshJson(const StreamMesh& mesh, std::uint64_t uses) {
             {"vertices", mesh.vertexCount()},
             {"triangles", mesh.triangleCount()},
             {"uses", uses},
+            {"merged", mesh.isMerged()},
             {"positions", mesh.positions.size()},
             {"normals", mesh.normals.size()},
             {"uvs", mesh.uvs.size()},
@@ -102,6 +103,7 @@ void printJson(std::ostream& out, std::string_view fileName, const StreamModel& 
     printMember(out, "header", header ? ordered_json(*header) : ordered_json(nullptr));
     printMember(out, "headerText", allToUtf8(model.headerText));
     printMember(out, "placedTriangles", model.placedTriangleCount());
+    printMember(out, "countedTriangles", model.countedTriangleCount());
     printMember(out, "worldBounds", boundsJson(model, lookup));
     printRecords(out, "materials", model.materials,
                  [&](std::size_t i) { return materialJson(model.materials[i]); });

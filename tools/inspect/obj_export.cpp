@@ -94,7 +94,9 @@ class ObjWriter {
     }
 
     void appendTriangles(const StreamMesh& mesh, bool mirrored) {
-        for (std::size_t i = 0; i + 3 <= mesh.indices.size(); i += 3) {
+        // The first indices of a merged mesh are its vertices in their order.
+        const std::size_t used = 3 * mesh.triangleCount();
+        for (std::size_t i = 0; i < used; i += 3) {
             std::array corners{mesh.indices[i], mesh.indices[i + 1], mesh.indices[i + 2]};
             if (!isUsable(corners)) {
                 ++counts_.skippedTriangles;

@@ -18,7 +18,8 @@ struct ObjCounts {
 
 // One object for each instance, placed in the world, with its material's name. Triangles of
 // mirrored instances change their order of corners, so that they keep facing outwards. Normals and
-// uvs are written where their number fits the positions.
+// uvs are written where their number fits the positions. The vertices of a merged mesh are triangles,
+// three by three.
 ObjCounts writeObj(std::ostream& out, const q7tools::StreamModel& model);
 
 }  // namespace q7inspect

@@ -86,6 +86,15 @@ std::string propertyCount(const StreamMaterial& material) {
     }
 }
 
+// The header's count would seem wrong beside that of the placed triangles.
+void printMerged(std::ostream& out, const StreamModel& model) {
+    const auto merged = std::ranges::count_if(model.meshes, &StreamMesh::isMerged);
+    if (merged == 0) return;
+    printFact(out, "merged meshes",
+              std::to_string(merged) +
+                  ": unindexed triangles, of which \"triangle count\" counts the points");
+}
+
 void printMaterials(std::ostream& out, const std::vector<StreamMaterial>& materials, bool all) {
     const std::size_t shown = beginTable(out, "Materials", materials.size(), all);
     Table table(
@@ -110,7 +119,7 @@ std::string arrayNames(const StreamMesh& mesh) {
     add(!mesh.normals.empty(), "normals");
     add(!mesh.uvs.empty(), "uvs");
     add(!mesh.colors.empty(), "colors");
-    add(!mesh.indices.empty(), "indices");
+    add(!mesh.indices.empty(), mesh.isMerged() ? "no indices (merged)" : "indices");
     return names.empty() ? "none" : names;
 }
 
@@ -153,6 +162,7 @@ void printSummary(std::ostream& out, std::string_view fileName, const StreamMode
     printFact(out, "stream version", std::to_string(model.version));
     printHeader(out, model);
     printFact(out, "placed triangles", std::to_string(model.placedTriangleCount()));
+    printMerged(out, model);
     printBounds(out, model, lookup);
     if (model.trailingBytes() != 0) {
         printFact(out, "trailing bytes", std::to_string(model.trailingBytes()));

@@ -14,7 +14,7 @@ struct Fault {
     std::string reason;
 };
 
-// All faults, in the order of their offsets.
+// All faults, in the order of their offsets. The index array of a merged mesh is none.
 std::vector<Fault> findFaults(const q7tools::StreamModel& model);
 
 }  // namespace q7inspect

@@ -15,6 +15,7 @@
 #include "platform/standard_streams.h"
 #include "platform/terminal.h"
 #include "send/crash_guard.h"
+#include "send/mesh_vertices.h"
 #include "send/options.h"
 #include "send/output_file.h"
 #include "send/progress.h"
@@ -40,19 +41,19 @@ int fail(int status, const std::string& subject, const std::string& reason) {
 // path is told at once.
 class Outputs {
   public:
-    explicit Outputs(const Options& options) {
+    explicit Outputs(const Options& options) : form_(options.form) {
         open(options.model, options.stream, stream_);
         open(options.model, options.materials, materials_);
     }
 
     void save(SceneSender& sender) {
-        if (stream_) sender.saveStream(stream_->temporary());
+        if (stream_) sender.saveStream(stream_->temporary(), form_);
         if (materials_) sender.saveMaterials(materials_->temporary());
     }
 
     std::vector<WrittenFile> verifyAndCommit(const SendTotals& totals) {
         std::vector<WrittenFile> files;
-        if (stream_) files.push_back({stream_->target(), verifyStream(*stream_, totals)});
+        if (stream_) files.push_back({stream_->target(), verifyStream(*stream_, totals, form_)});
         if (materials_) files.push_back({materials_->target(), verifyMaterials(*materials_)});
         if (stream_) stream_->commit();
         if (materials_) materials_->commit();
@@ -70,6 +71,7 @@ class Outputs {
         file.emplace(*path);
     }
 
+    StreamForm form_;
     std::optional<OutputFile> stream_;
     std::optional<OutputFile> materials_;
 };
@@ -92,6 +94,7 @@ std::string send(const Options& options) {
     };
     // Neither the session nor the scene outlives its use: the check of a big stream needs room.
     Scene scene = readGuarded(options.model, showing("Reading"));
+    if (options.form == StreamForm::processed) unshareMergeable(scene);
     auto sender = std::make_unique<SceneSender>();
     const SendTotals totals = sender->describe(scene, Q7_SEND_VERSION, showing("Describing"));
     scene.meshes.clear();

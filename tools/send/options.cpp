@@ -24,6 +24,9 @@ constexpr char guide[] = R"text(Examples:
   q7-send house.ifc --materials house.xml
       Only the list of materials.
 
+  q7-send engine.glb --processed --stream engine.q7mesh
+      The scene with fewer meshes: those of one material that are placed once become one.
+
   q7-send car.fbx --stream out/car.q7mesh --materials out/car.xml
       Both. The folder "out" must exist; files that are there are replaced.
 
@@ -32,7 +35,8 @@ What becomes of the scene:
   Nodes keep their place in the world and their path from the root. Nodes with the same meshes are
   handed over once and then duplicated. Names that would become one in the library get a number:
   "Wheel", "Wheel (2)". Points and lines, embedded textures, cameras, lights and animation are left
-  out.
+  out. With --processed, triangles share vertices only in meshes of several nodes, since merging drops
+  the indices; the meshes that were merged stay in the stream, without instances.
 
 Materials are of type 0 and have these properties, as far as the file tells them:
 )text";
@@ -71,6 +75,8 @@ std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string
     app.add_option("MODEL", model, "The 3D file to read")->required()->type_name("");
     app.add_option("--stream", stream, "Write the scene as a model stream")
         ->type_name("OUT.q7mesh");
+    bool processed = false;
+    app.add_flag("--processed", processed, "Write the stream in its merged form");
     app.add_option("--materials", materials, "Write the list of materials")->type_name("OUT.xml");
     app.set_version_flag("--version", "q7-send " + version, "Print the version and exit");
     app.set_help_flag("--help,-h", "Print this help and exit");
@@ -91,7 +97,9 @@ std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string
     if (stream.empty() && materials.empty()) {
         return UsageError{"nothing to write: give --stream, --materials or both"};
     }
-    Options options{q7tools::pathFromUtf8(model), optionalPath(stream), optionalPath(materials)};
+    if (processed && stream.empty()) return UsageError{"--processed is of use with --stream only"};
+    Options options{q7tools::pathFromUtf8(model), optionalPath(stream),
+                    processed ? StreamForm::processed : StreamForm::raw, optionalPath(materials)};
     if (options.stream && options.materials &&
         options.stream->lexically_normal() == options.materials->lexically_normal()) {
         return UsageError{"--stream and --materials name the same file"};

@@ -7,11 +7,14 @@
 #include <variant>
 #include <vector>
 
+#include "send/scene_sender.h"
+
 namespace q7send {
 
 struct Options {
     std::filesystem::path model;
     std::optional<std::filesystem::path> stream;
+    StreamForm form = StreamForm::raw;
     std::optional<std::filesystem::path> materials;
 };
 

@@ -171,8 +171,9 @@ SendTotals SceneSender::describe(const Scene& scene, std::string_view programVer
     return description.totals();
 }
 
-void SceneSender::saveStream(const std::filesystem::path& path) {
-    Q7SaveRawToFile(session_, HostText(wide(path)));
+void SceneSender::saveStream(const std::filesystem::path& path, StreamForm form) {
+    const auto save = form == StreamForm::raw ? Q7SaveRawToFile : Q7SaveProcessedToFile;
+    save(session_, HostText(wide(path)));
 }
 
 void SceneSender::saveMaterials(const std::filesystem::path& path) {

@@ -10,6 +10,10 @@
 
 namespace q7send {
 
+// What a model stream holds: the model as it was described, or a copy in which the meshes of each
+// material that have a single instance are merged into one.
+enum class StreamForm { raw, processed };
+
 struct SendTotals {
     std::size_t nodes = 0;       // of the library, duplicates included
     std::size_t duplicates = 0;  // nodes that repeat another one's geometry
@@ -32,7 +36,7 @@ class SceneSender {
                         const std::function<void(double)>& progress);
 
     // The library tells nothing of files that it cannot write: see verify.h.
-    void saveStream(const std::filesystem::path& path);
+    void saveStream(const std::filesystem::path& path, StreamForm form);
     void saveMaterials(const std::filesystem::path& path);
 
   private:

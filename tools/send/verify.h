@@ -9,8 +9,9 @@
 namespace q7send {
 
 // Each throws q7tools::FileError, which names the target, unless the temporary file is complete and
-// holds what was sent; otherwise they return its size.
-std::uintmax_t verifyStream(const OutputFile& file, const SendTotals& sent);
+// holds what was sent; otherwise they return its size. For the processed form the scene must have
+// been unshared before it was sent (unshareMergeable), or its triangles are not found again.
+std::uintmax_t verifyStream(const OutputFile& file, const SendTotals& sent, StreamForm form);
 std::uintmax_t verifyMaterials(const OutputFile& file);
 
 }  // namespace q7send

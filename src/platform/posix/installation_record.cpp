@@ -13,7 +13,8 @@ namespace {
 constexpr std::size_t longestRecord = 260;
 
 std::string environmentVariable(const char* name) {
-    const char* const value = std::getenv(name);
+    // Safe beside everything but a change of the environment, which no thread should make.
+    const char* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe)
     return value == nullptr ? "" : value;
 }
 
@@ -48,7 +49,7 @@ std::optional<WideString> recordOfMachine() {
     std::string_view left = folders;
     while (!left.empty()) {
         const std::size_t end = left.find(':');
-        if (const auto record = recordUnder(left.substr(0, end))) return record;
+        if (auto record = recordUnder(left.substr(0, end))) return record;
         left.remove_prefix(end == std::string_view::npos ? left.size() : end + 1);
     }
     return std::nullopt;

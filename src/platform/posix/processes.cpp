@@ -1,12 +1,12 @@
 #include "platform/processes.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
@@ -172,6 +172,7 @@ bool launchProgram(const WideString& file, const WideString& parameters,
     std::vector<std::string> arguments = splitAtBlanks(wideToUtf8(parameters));
     arguments.insert(arguments.begin(), path);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size() + 1);
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     pointers.push_back(nullptr);

@@ -91,20 +91,42 @@ class RealFiles(SendTest):
         self.assertEqual(content["header"]["textureFolder"], str(model.parent))
         self.assertEqual(self.names(), ["e.q7mesh", "e.xml"])
 
-    def test_engine_processed(self) -> None:
-        self.sent(MODELS / ENGINE, "--stream", "raw.q7mesh")
-        line = self.sent(MODELS / ENGINE, "--processed", "--stream", "merged.q7mesh")
-        self.assertIn("67 nodes (38 duplicates), 35 materials, 121496 triangles", line)
-        raw = self.inspect("raw.q7mesh")
+    def triangles(self, stream: str) -> list[list[str]]:
+        """Of the placed scene, each as its three corners."""
+        subprocess.run(
+            [INSPECT, "--obj", "out.obj", stream], cwd=self.folder, capture_output=True, check=True
+        )
+        lines = (self.folder / "out.obj").read_text().splitlines()
+        vertices = [line for line in lines if line.startswith("v ")]
+        return sorted(
+            [vertices[int(corner.split("/")[0]) - 1] for corner in line.split()[1:]]
+            for line in lines
+            if line.startswith("f ")
+        )
+
+    def test_processed_form(self) -> None:
+        corners = [(0, 0), (1, 0), (1, 1), (0, 1), (2, 2)]
+        text = "mtllib m.mtl\n"
+        for x in (0, 10):
+            text += f"o part{x}\n" + "".join(f"v {x + u} {v} {u * v}\n" for u, v in corners)
+            text += "usemtl red\nf -5 -4 -3\nf -5 -3 -2\nf -3 -1 -2\nf -4 -1 -3\n"
+        (self.folder / "m.obj").write_text(text)
+        (self.folder / "m.mtl").write_text("newmtl red\nKd 1 0 0\n")
+        self.sent("m.obj", "--stream", "raw.q7mesh")
+        line = self.sent("m.obj", "--processed", "--stream", "merged.q7mesh")
+        self.assertIn("2 nodes (0 duplicates), ", line)
+        self.assertIn(", 8 triangles -> merged.q7mesh (", line)
         merged = self.inspect("merged.q7mesh")
-        self.assertEqual(merged["placedTriangles"], 121496)
-        self.assertEqual(merged["header"]["triangleCount"], merged["countedTriangles"])
-        self.assertGreater(merged["countedTriangles"], 121496)
-        self.assertLess(len(merged["instances"]), len(raw["instances"]))
-        # The same surface, in the same place.
-        for side in ("lowest", "highest"):
-            for one, other in zip(raw["worldBounds"][side], merged["worldBounds"][side]):
-                self.assertAlmostEqual(one, other, delta=1e-2)
+        self.assertEqual([i["mesh"] for i in merged["instances"]], ["red_q7_merged"])
+        self.assertEqual(len(merged["meshes"]), 3)
+        self.assertEqual((merged["placedTriangles"], merged["countedTriangles"]), (8, 24))
+        self.assertEqual(merged["header"]["triangleCount"], 24)
+        self.assertEqual(self.triangles("merged.q7mesh"), self.triangles("raw.q7mesh"))
+
+    def test_engine_processed(self) -> None:
+        line = self.sent(MODELS / ENGINE, "--processed", "--stream", "e.q7mesh")
+        self.assertIn("67 nodes (38 duplicates), 35 materials, 121496 triangles", line)
+        self.assertEqual(self.inspect("e.q7mesh")["placedTriangles"], 121496)
 
     def test_same_bytes_again(self) -> None:
         for name in ("a", "b"):

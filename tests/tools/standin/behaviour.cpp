@@ -10,6 +10,7 @@ namespace {
 
 using namespace q7standin;
 using standintest::Bytes;
+using standintest::bytesOf;
 using standintest::ScriptedClient;
 
 // Counts what it is sent, call by call.

@@ -65,9 +65,10 @@ TEST_F(ServedMessage, SceneList) {
 TEST_F(ServedMessage, SceneListOfAnAbsurdLength) {
     client.word(4).text(u"all").word(0x7FFFFFFF);
     EXPECT_EQ(serve(), "given up after a protocol error");
-    EXPECT_EQ(harness.errorLines(),
-              Lines{"q7-standin: protocol error, connection 1, word 4: at byte 14 of the connection: "
-                    "record count: expected at most 16777216, got 2147483647"});
+    EXPECT_EQ(
+        harness.errorLines(),
+        Lines{"q7-standin: protocol error, connection 1, word 4: at byte 14 of the connection: "
+              "record count: expected at most 16777216, got 2147483647"});
 }
 
 TEST_F(ServedMessage, CameraTransform) {
@@ -85,16 +86,20 @@ TEST_F(ServedMessage, LightTexts) {
     serve();
     EXPECT_EQ(harness.errorLines(), Lines{});
     EXPECT_EQ(told(), "#1  word 6  lights: two texts of 4 and 0 units");
-    EXPECT_EQ(kept("0001-light-texts.json"), (json{{"word", 6}, {"first", "<a/>"}, {"second", ""}}));
+    EXPECT_EQ(kept("0001-light-texts.json"),
+              (json{{"word", 6}, {"first", "<a/>"}, {"second", ""}}));
 }
 
 TEST_F(ServedMessage, JsonTextsAreKeptAsTheyAre) {
-    const std::vector<std::pair<std::uint32_t, std::string>> messages{
-        {12, "camera"}, {13, "scenes"}, {14, "lights"}, {15, "metadata"}, {18, "camera-animations"}};
+    const std::vector<std::pair<std::uint32_t, std::string>> messages{{12, "camera"},
+                                                                      {13, "scenes"},
+                                                                      {14, "lights"},
+                                                                      {15, "metadata"},
+                                                                      {18, "camera-animations"}};
     int number = 0;
     for (const auto& [word, kind] : messages) {
         ScriptedClient sending;
-        const std::u16string text = word == 18              ? u"{\"CameraAnimations\":[]}"
+        const std::u16string text = word == 18                 ? u"{\"CameraAnimations\":[]}"
                                     : word == 13 || word == 14 ? u"{\"model_file_path\":\"ä\"}"
                                                                : u"null";
         sending.word(word).text(text);
@@ -108,9 +113,10 @@ TEST_F(ServedMessage, JsonTextsAreKeptAsTheyAre) {
 TEST_F(ServedMessage, JsonThatIsNone) {
     client.word(15).text(u"{");
     EXPECT_EQ(serve(), "closed by the client");
-    EXPECT_EQ(harness.errorLines(),
-              Lines{"q7-standin: protocol error, connection 1, word 15: at byte 4 of the connection: "
-                    "JSON text: text: expected JSON, got \"{\""});
+    EXPECT_EQ(
+        harness.errorLines(),
+        Lines{"q7-standin: protocol error, connection 1, word 15: at byte 4 of the connection: "
+              "JSON text: text: expected JSON, got \"{\""});
     EXPECT_EQ(harness.folder.content("0001-metadata.json"), "{");
 }
 
@@ -171,10 +177,11 @@ TEST_F(ServedMessage, SyncWithAProxyParent) {
 TEST_F(ServedMessage, ProxyParentThatIsNone) {
     client.word(17).text(u"a").text(u"C:\\b.skp").awaitAnswer();
     EXPECT_EQ(serve(), "closed by the client");
-    EXPECT_EQ(harness.errorLines(),
-              Lines{"q7-standin: protocol error, connection 1, word 17: at byte 10 of the connection: "
-                    "proxy parent: expected a text that starts with \"proxyparent=\", got "
-                    "\"C:\\b.skp\""});
+    EXPECT_EQ(
+        harness.errorLines(),
+        Lines{"q7-standin: protocol error, connection 1, word 17: at byte 10 of the connection: "
+              "proxy parent: expected a text that starts with \"proxyparent=\", got "
+              "\"C:\\b.skp\""});
 }
 
 TEST_F(ServedMessage, SyncThatIsRefused) {
@@ -188,9 +195,10 @@ TEST_F(ServedMessage, SyncThatIsRefused) {
     scriptConnect(stubborn, 7);
     stubborn.word(11);
     EXPECT_EQ(harness.serve(stubborn), "given up after a protocol error");
-    EXPECT_EQ(harness.errorLines(),
-              Lines{"q7-standin: protocol error, connection 2, word 7: at byte 24 of the connection: "
-                    "end of the message: expected the end of the connection, got more bytes"});
+    EXPECT_EQ(
+        harness.errorLines(),
+        Lines{"q7-standin: protocol error, connection 2, word 7: at byte 24 of the connection: "
+              "end of the message: expected the end of the connection, got more bytes"});
 }
 
 TEST_F(ServedMessage, UnknownWords) {
@@ -207,9 +215,10 @@ TEST_F(ServedMessage, UnknownWords) {
 TEST_F(ServedMessage, BytesBehindAMessage) {
     client.word(3).text(u"a").send(StreamBuilder().byte(0));
     EXPECT_EQ(serve(), "given up after a protocol error");
-    EXPECT_EQ(harness.errorLines(),
-              Lines{"q7-standin: protocol error, connection 1, word 3: at byte 10 of the connection: "
-                    "end of the message: expected the end of the connection, got more bytes"});
+    EXPECT_EQ(
+        harness.errorLines(),
+        Lines{"q7-standin: protocol error, connection 1, word 3: at byte 10 of the connection: "
+              "end of the message: expected the end of the connection, got more bytes"});
 }
 
 TEST_F(ServedMessage, ConnectionWithoutAMessage) {
@@ -222,8 +231,9 @@ TEST_F(ServedMessage, BrokenConnections) {
     client.word(3).word(4);
     client.breakAtEnd();
     EXPECT_EQ(serve(), "lost");
-    EXPECT_EQ(harness.errorLines(), Lines{"q7-standin: protocol error, connection 1, word 3: at byte "
-                                          "8 of the connection: the connection was reset"});
+    EXPECT_EQ(harness.errorLines(),
+              Lines{"q7-standin: protocol error, connection 1, word 3: at byte "
+                    "8 of the connection: the connection was reset"});
     ScriptedClient deaf;
     deaf.word(9).text(u"a");
     deaf.failSending();

@@ -14,7 +14,7 @@ using standintest::StreamBuilder;
 
 class Reader : public testing::Test {
   protected:
-    ConnectionReader over(ScriptedClient& client) { return {client, transcript}; }
+    ConnectionReader over(ScriptedClient& sending) { return {sending, transcript}; }
 
     ScriptedClient client;
     std::ostringstream out;

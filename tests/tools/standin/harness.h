@@ -60,7 +60,8 @@ class TestFolder {
 class Harness {
   public:
     explicit Harness(const q7standin::Misbehaviour& misbehaviour = {})
-        : behaviour(misbehaviour, transcript, [](int) {}, [] {}) {}
+        : behaviour(
+              misbehaviour, transcript, [](int) {}, [] {}) {}
 
     // Gives how the connection ended.
     std::string serve(ScriptedClient& client) {

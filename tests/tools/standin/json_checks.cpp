@@ -23,10 +23,11 @@ TEST(Header, Faults) {
     EXPECT_EQ(checkHeader(u"[]").errors, Lines{"text: expected a JSON object, got array"});
     const HeaderFindings findings = checkHeader(
         u"{\"dccPluginInfo\":1,\"extra\":2,\"materialVersion\":-1,\"triangleCount\":3}");
-    EXPECT_EQ(findings.errors, (Lines{"\"dccPluginInfo\": expected a string, got number",
-                                      "\"materialVersion\": expected an unsigned number, got number",
-                                      "\"textureFolder\": expected a string, got nothing",
-                                      "unknown key \"extra\""}));
+    EXPECT_EQ(
+        findings.errors,
+        (Lines{"\"dccPluginInfo\": expected a string, got number",
+               "\"materialVersion\": expected an unsigned number, got number",
+               "\"textureFolder\": expected a string, got nothing", "unknown key \"extra\""}));
     EXPECT_EQ(findings.triangleCount, std::nullopt);
 }
 
@@ -34,7 +35,8 @@ TEST(Header, Layout) {
     const Lines remark{"the JSON text is not compact with its keys in order"};
     EXPECT_EQ(checkHeader(std::u16string(goodHeader) + u" ").remarks, remark);
     const HeaderFindings findings = checkHeader(
-        u"{\"materialVersion\":1,\"dccPluginInfo\":\"\",\"textureFolder\":\"\",\"triangleCount\":1}");
+        u"{\"materialVersion\":1,\"dccPluginInfo\":\"\",\"textureFolder\":\"\",\"triangleCount\":"
+        u"1}");
     EXPECT_EQ(findings.remarks, remark);
     EXPECT_EQ(findings.errors, Lines{});
 }
@@ -46,9 +48,11 @@ TEST(Message, Sound) {
         EXPECT_EQ(checkMessage(word, u"{\"a\":0.10000000149011612}").remarks, Lines{});
     }
     EXPECT_EQ(checkMessage(13, u"{\"model_file_path\":\"\"}").errors, Lines{});
-    EXPECT_EQ(checkMessage(13, u"{\"model_file_path\":\"a\",\"scenes\":[null,{}]}").errors, Lines{});
-    EXPECT_EQ(checkMessage(14, u"{\"groups\":[{\"id\":\"1\",\"name\":\"n\"}],\"lights\":[{}],"
-                               u"\"model_file_path\":\"a\"}")
+    EXPECT_EQ(checkMessage(13, u"{\"model_file_path\":\"a\",\"scenes\":[null,{}]}").errors,
+              Lines{});
+    EXPECT_EQ(checkMessage(14,
+                           u"{\"groups\":[{\"id\":\"1\",\"name\":\"n\"}],\"lights\":[{}],"
+                           u"\"model_file_path\":\"a\"}")
                   .errors,
               Lines{});
     EXPECT_EQ(checkMessage(18, u"{\"CameraAnimations\":[]}").errors, Lines{});
@@ -57,9 +61,9 @@ TEST(Message, Sound) {
 TEST(Message, Faults) {
     EXPECT_EQ(checkMessage(12, u"[]").errors, Lines{"text: expected an object or null, got array"});
     EXPECT_EQ(checkMessage(15, u"nul").errors, Lines{"text: expected JSON, got \"nul\""});
-    EXPECT_EQ(checkMessage(13, u"{\"lights\":[]}").errors,
-              (Lines{"\"model_file_path\": expected a string, got nothing",
-                     "unknown key \"lights\""}));
+    EXPECT_EQ(
+        checkMessage(13, u"{\"lights\":[]}").errors,
+        (Lines{"\"model_file_path\": expected a string, got nothing", "unknown key \"lights\""}));
     EXPECT_EQ(checkMessage(13, u"{\"model_file_path\":\"\",\"scenes\":[1]}").errors,
               Lines{"scenes[0]: expected an object or null, got number"});
     EXPECT_EQ(checkMessage(14, u"{\"groups\":[{\"id\":1}],\"model_file_path\":\"\"}").errors,
@@ -81,8 +85,9 @@ TEST(InstancePaths, EndWithTheirMaterials) {
               Lines{"\"instance_paths\": expected 2 paths, got 1"});
     EXPECT_EQ(checkInstancePaths(u"{\"instance_paths\":[7]}", {&red}).errors,
               Lines{"\"instance_paths\"[0]: expected a path that ends with \"/red\", got \"7\""});
-    EXPECT_EQ(checkInstancePaths(u"{\"paths\":[]}", {}).errors,
-              (Lines{"\"instance_paths\": expected an array, got nothing", "unknown key \"paths\""}));
+    EXPECT_EQ(
+        checkInstancePaths(u"{\"paths\":[]}", {}).errors,
+        (Lines{"\"instance_paths\": expected an array, got nothing", "unknown key \"paths\""}));
 }
 
 }  // namespace

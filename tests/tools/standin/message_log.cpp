@@ -29,7 +29,8 @@ TEST_F(Log, Messages) {
               "0001-model.q7mesh\n"
               "   12.346  #3  nothing  (12 B in 2.00 s, 6 B/s)\n"
               "   12.346  status 1\n");
-    EXPECT_EQ(all.closingLine(3), "q7-standin: 3 connections, 2 messages, 1.2 MB, 0 protocol errors\n");
+    EXPECT_EQ(all.closingLine(3),
+              "q7-standin: 3 connections, 2 messages, 1.2 MB, 0 protocol errors\n");
 }
 
 TEST_F(Log, QuietTellsFaultsOnly) {
@@ -44,13 +45,14 @@ TEST_F(Log, QuietTellsFaultsOnly) {
     quiet.beginConnection(5);
     quiet.remark(Place::Block, 9, "odd");
     EXPECT_EQ(out.str(), "");
-    EXPECT_EQ(errors.str(),
-              "q7-standin: protocol error, connection 4: at byte 0 of the connection: command word: "
-              "expected 3, got 16\n"
-              "q7-standin: protocol error, connection 4, word 7: at byte 12 of the connection: path: "
-              "wrong\n"
-              "q7-standin: remark, connection 4, word 7: at byte 8 of the block: odd\n"
-              "q7-standin: remark, connection 5: at byte 9 of the block: odd\n");
+    EXPECT_EQ(
+        errors.str(),
+        "q7-standin: protocol error, connection 4: at byte 0 of the connection: command word: "
+        "expected 3, got 16\n"
+        "q7-standin: protocol error, connection 4, word 7: at byte 12 of the connection: path: "
+        "wrong\n"
+        "q7-standin: remark, connection 4, word 7: at byte 8 of the block: odd\n"
+        "q7-standin: remark, connection 5: at byte 9 of the block: odd\n");
     EXPECT_EQ(quiet.messageCount(), 1U);
     EXPECT_EQ(quiet.protocolErrorCount(), 2U);
     EXPECT_EQ(quiet.closingLine(1),

@@ -81,8 +81,7 @@ class ScriptedClient : public q7standin::Channel {
             return 0;
         }
         const Bytes& bytes = steps_[step_].bytes;
-        const std::size_t size =
-            std::min({into.size(), bytes.size() - sent_, pieceSize_, left_});
+        const std::size_t size = std::min({into.size(), bytes.size() - sent_, pieceSize_, left_});
         std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(sent_), size, into.begin());
         sent_ += size;
         left_ -= size;

@@ -1,0 +1,248 @@
+#include "standin/options.h"
+
+#include <CLI/CLI.hpp>
+#include <charconv>
+#include <limits>
+
+#include "common/files.h"
+
+namespace q7standin {
+
+namespace {
+
+constexpr std::string_view launchStart = "-pluginFile=";
+constexpr std::uint64_t mostMetadata = 1U << 28;
+
+constexpr char description[] =
+    "Stands in for the renderer, so that a plug-in can be tried without it. It publishes what a\n"
+    "renderer publishes, takes every message that a plug-in sends, tells what came in, and says\n"
+    "exactly where a message is not as it should be.";
+
+constexpr char guide[] = R"text(
+Examples:
+  q7-standin
+      Waits for a plug-in until Ctrl+C. Start it, then let the plug-in link and send.
+
+  q7-standin --out received
+      The same, and keeps each message as a file in the folder "received": models as 0001-model.q7mesh
+      and so on, for q7-inspect; all else as JSON.
+
+  q7-standin --quiet --messages 2 --exit-after 60000 --out received
+      For a test: takes the plug-in file and one model, says only what was wrong, and ends; after a
+      minute in any case.
+
+  q7-standin --status 4
+      A renderer that is linked already. With --status 2 one that takes no link, with
+      --flag-after-plugin 1 one that refuses the plug-in file, with --port 65535 one without a port.
+
+  q7-standin --close-at-ack 3 --abort
+      Breaks the connection in the middle of the first model. --die-at-ack 3 ends like a crash.
+
+As the launcher:
+  Copied to the place of a renderer's launcher and started with -pluginFile=FILE, it behaves as the
+  renderer that the launcher starts: it is slow to publish its blocks, has status 0, then 1, takes the
+  plug-in file and has status 4. Its options then come from the file q7-standin.options beside the
+  program and from the environment variable Q7_STANDIN_OPTIONS, which has the last word; options are
+  split at blanks and line ends, "double quotes" keep blanks.
+
+Exit status:
+  0  all messages were right
+  1  a message was against the protocol, or fewer connections came than --messages asked for
+  2  bad usage, another renderer runs, or a file cannot be written
+  3  ended by --die-at-ack or --die-at-word
+)text";
+
+// A number of 32 bits, negative ones included, or "none".
+std::optional<std::uint32_t> answerOf(const std::string& text) {
+    if (text == "none") return std::nullopt;
+    std::int64_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isNumber = error == std::errc() && end == text.data() + text.size();
+    if (!isNumber || number < std::numeric_limits<std::int32_t>::min() ||
+        number > std::numeric_limits<std::uint32_t>::max()) {
+        throw CLI::ValidationError("\"" + text + "\" is neither a 32-bit number nor \"none\"");
+    }
+    return static_cast<std::uint32_t>(number);
+}
+
+std::string metadataOf(const std::string& text) {
+    if (text.starts_with('@')) {
+        const auto bytes = q7tools::readWholeFile(q7tools::pathFromUtf8(text.substr(1)));
+        return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+    }
+    constexpr std::string_view sizeStart = "size:";
+    if (!text.starts_with(sizeStart)) return text;
+    std::uint64_t size = 0;
+    const char* last = text.data() + text.size();
+    const auto [end, error] = std::from_chars(text.data() + sizeStart.size(), last, size);
+    if (error != std::errc() || end != last || size > mostMetadata) {
+        throw CLI::ValidationError("--metadata: \"" + text + "\" needs a number up to " +
+                                   std::to_string(mostMetadata));
+    }
+    return std::string(static_cast<std::size_t>(size), 'x');
+}
+
+void optionalPath(CLI::App& app, const std::string& name, const std::string& type,
+                  std::optional<std::filesystem::path>& path, const std::string& help) {
+    app.add_option_function<std::string>(
+           name, [&path](const std::string& text) { path = q7tools::pathFromUtf8(text); }, help)
+        ->type_name(type);
+}
+
+void addOutput(CLI::App& app, Options& options) {
+    const std::string group = "What it keeps and says";
+    app.option_defaults()->group(group);
+    optionalPath(app, "--out", "DIR", options.out, "Keep each message as a file in this folder");
+    optionalPath(app, "--transcript", "FILE", options.transcript,
+                 "Write every byte that was received and sent, and the used bytes of the block, as "
+                 "text");
+    app.add_flag("--quiet,-q", options.quiet, "Say only what is wrong, and the closing line");
+    app.add_flag("!--unchecked", options.checkArrays,
+                 "Do not look into the arrays of meshes: for measuring");
+    optionalPath(app, "--ready-file", "FILE", options.readyFile,
+                 "Write the port into this file as soon as the renderer is up");
+}
+
+void addLifetime(CLI::App& app, Options& options) {
+    app.option_defaults()->group("When it ends");
+    app.add_option("--messages", options.messages, "End after so many connections")->type_name("N");
+    app.add_option("--exit-after", options.exitAfter, "End after so many milliseconds")
+        ->type_name("MS")
+        ->check(CLI::NonNegativeNumber);
+}
+
+void addPublication(CLI::App& app, Publication& publication) {
+    app.option_defaults()->group("What it publishes");
+    const auto number = [&app](const std::string& name, auto& value, const std::string& help) {
+        app.add_option(name, value, help)->type_name("N");
+    };
+    number("--status", publication.status, "The status at first, 1 if not given");
+    number("--status-after-plugin", publication.statusAfterPlugin,
+           "The status after the plug-in file has come, 4 if not given");
+    number("--flag", publication.flag, "The flag at first, 0 if not given");
+    number("--flag-after-plugin", publication.flagAfterPlugin,
+           "Raise the flag when the plug-in file has come");
+    number("--port", publication.port, "Publish this port and do not listen");
+    const auto delay = [&app](const std::string& name, int& value, const std::string& help) {
+        app.add_option(name, value, help)->type_name("MS")->check(CLI::NonNegativeNumber);
+    };
+    delay("--startup-delay", publication.startupDelay, "Publish nothing for so long");
+    delay("--status-delay", publication.statusDelay, "Then publish the status 0 for so long");
+    delay("--link-delay", publication.linkDelay,
+          "Wait so long between the plug-in file and the status after it");
+}
+
+void addAnswers(CLI::App& app, Options& options) {
+    app.option_defaults()->group("What it answers");
+    Answers& answers = options.answers;
+    app.add_option_function<std::string>(
+           "--reply", [&answers](const std::string& text) { answers.reply = answerOf(text); },
+           "The reply to a connect: 0 accepts; \"none\" closes without a reply")
+        ->type_name("N");
+    app.add_option_function<std::string>(
+           "--send-type",
+           [&answers](const std::string& text) { answers.sendModelType = answerOf(text); },
+           "The answer to the question which way to send a model, or \"none\"")
+        ->type_name("N");
+    app.add_option_function<std::string>(
+           "--metadata",
+           [&answers](const std::string& text) { answers.metadata = metadataOf(text); },
+           "The answer to a request for metadata: TEXT, @FILE or size:N")
+        ->type_name("TEXT");
+    app.add_option("--metadata-count", answers.metadataCount,
+                   "Give this count for it instead of the true one")
+        ->type_name("N");
+    app.add_option("--patience", options.patience,
+                   "How long to wait for instance paths before taking a model for one of the plain "
+                   "form, 5000 if not given")
+        ->type_name("MS")
+        ->check(CLI::NonNegativeNumber);
+}
+
+void addMisbehaviour(CLI::App& app, Misbehaviour& misbehaviour) {
+    app.option_defaults()->group("How it misbehaves");
+    app.add_option("--close-at-ack", misbehaviour.closeAtAcknowledgement,
+                   "Close the connection in place of the N-th acknowledgement of the run")
+        ->type_name("N");
+    app.add_option("--die-at-ack", misbehaviour.dieAtAcknowledgement,
+                   "End at once in place of the N-th acknowledgement, like a crash")
+        ->type_name("N");
+    app.add_option("--close-at-word", misbehaviour.closeAtWord,
+                   "Close the connection when this command word has come")
+        ->type_name("W");
+    app.add_option("--die-at-word", misbehaviour.dieAtWord,
+                   "End at once when this command word has come")
+        ->type_name("W");
+    app.add_option("--delay-ack", misbehaviour.acknowledgementDelay,
+                   "Wait so long before each acknowledgement")
+        ->type_name("MS")
+        ->check(CLI::NonNegativeNumber);
+    app.add_flag("--pieces", misbehaviour.inPieces, "Send every answer byte by byte");
+    app.add_flag("--abort", misbehaviour.withReset, "Reset the connection where it is closed");
+}
+
+Options launchedOptions(const std::vector<std::string>& arguments) {
+    Options options;
+    std::string file = arguments.front().substr(launchStart.size());
+    for (std::size_t i = 1; i < arguments.size(); ++i)
+        file += ' ' + arguments[i];
+    options.launchedWith = file;
+    options.publication.startupDelay = 500;
+    options.publication.statusDelay = 300;
+    return options;
+}
+
+}  // namespace
+
+bool isLaunch(const std::vector<std::string>& arguments) {
+    return !arguments.empty() && arguments.front().starts_with(launchStart);
+}
+
+std::vector<std::string> splitOptions(std::string_view text) {
+    std::vector<std::string> options;
+    bool isInside = false;
+    bool isQuoted = false;
+    for (const char c : text) {
+        const bool isBlank = c == ' ' || c == '\t' || c == '\r' || c == '\n';
+        if (isBlank && !isQuoted) {
+            isInside = false;
+            continue;
+        }
+        if (!isInside) options.emplace_back();
+        isInside = true;
+        if (c == '"') {
+            isQuoted = !isQuoted;
+        } else {
+            options.back() += c;
+        }
+    }
+    return options;
+}
+
+std::variant<Options, HelpText, UsageError> parseOptions(
+    const std::vector<std::string>& arguments, const std::vector<std::string>& launchOptions) {
+    const bool launched = isLaunch(arguments);
+    Options options = launched ? launchedOptions(arguments) : Options();
+    const std::vector<std::string>& given = launched ? launchOptions : arguments;
+
+    CLI::App app(description, "q7-standin");
+    app.allow_windows_style_options(false);
+    app.option_defaults()->take_last();
+    app.set_help_flag("--help,-h", "Print this help and exit");
+    app.footer(guide);
+    addOutput(app, options);
+    addLifetime(app, options);
+    addPublication(app, options.publication);
+    addAnswers(app, options);
+    addMisbehaviour(app, options.misbehaviour);
+    try {
+        app.parse(std::vector<std::string>(given.rbegin(), given.rend()));
+    } catch (const CLI::CallForHelp&) {
+        return HelpText{app.help()};
+    } catch (const CLI::ParseError& error) {
+        return UsageError{error.what()};
+    }
+    return options;
+}
+
+}  // namespace q7standin

@@ -1,0 +1,241 @@
+#include "standin/renderer.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <fstream>
+#include <memory>
+#include <optional>
+#include <system_error>
+#include <thread>
+
+#include "common/files.h"
+#include "common/text_output.h"
+#include "platform/instance_lock.h"
+#include "platform/listener.h"
+#include "standin/message_log.h"
+#include "standin/message_store.h"
+#include "standin/published_blocks.h"
+#include "standin/socket_channel.h"
+
+namespace q7standin {
+
+using q7tools::FileError;
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr WideView lockName = u"q7_standin_runs";
+constexpr int slice = 50;  // milliseconds
+
+// Something keeps the renderer from running at all.
+class CannotRun : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+class Listener {
+  public:
+    Listener() {
+        platform::startSockets();
+        socket_ = platform::listenOnLoopback();
+        if (socket_ == platform::noSocket) throw CannotRun("no port of 127.0.0.1 can be opened");
+    }
+    Listener(const Listener&) = delete;
+    Listener& operator=(const Listener&) = delete;
+    ~Listener() { platform::closeSocket(socket_); }
+
+    std::uint16_t port() const { return platform::portOf(socket_); }
+    platform::SocketHandle accept(int milliseconds) const {
+        return platform::acceptClient(socket_, milliseconds);
+    }
+
+  private:
+    platform::SocketHandle socket_ = platform::noSocket;
+};
+
+class TranscriptFile {
+  public:
+    explicit TranscriptFile(const std::optional<std::filesystem::path>& path) {
+        if (!path) return;
+        errno = 0;
+        file_.open(*path, std::ios::binary | std::ios::trunc);
+        if (file_) return;
+        const int error = errno;
+        throw FileError(*path, "cannot be written: " + std::generic_category().message(error));
+    }
+
+    std::ostream* stream() { return file_.is_open() ? &file_ : nullptr; }
+
+  private:
+    std::ofstream file_;
+};
+
+class Renderer {
+  public:
+    Renderer(const Options& options, const Surroundings& surroundings)
+        : options_(options),
+          surroundings_(surroundings),
+          log_(surroundings.out, surroundings.errors, options.quiet, [this] { return seconds(); }),
+          store_(options.out),
+          transcriptFile_(options.transcript),
+          transcript_(transcriptFile_.stream()),
+          behaviour_(
+              options.misbehaviour, transcript_, [this](int time) { pause(time); },
+              surroundings.die),
+          services_{.answers = options.answers,
+                    .patience = options.patience,
+                    .checkArrays = options.checkArrays,
+                    .log = log_,
+                    .store = store_,
+                    .behaviour = behaviour_,
+                    .transcript = transcript_,
+                    .openModelBlock = openSharedModelBlock,
+                    .pluginFileArrived = [this](const WideString& file) { takePlugin(file); }} {}
+
+    int run() {
+        try {
+            start();
+            serve();
+        } catch (const Stopped&) {
+            log_.note(surroundings_.wasInterrupted() ? "interrupted" : "the time is up");
+        }
+        blocks_.reset();
+        return finish();
+    }
+
+  private:
+    void start() {
+        const Publication& publication = options_.publication;
+        if (options_.launchedWith) {
+            log_.note("launched with the plug-in file \"" + *options_.launchedWith + '"');
+        }
+        pause(publication.startupDelay);
+        if (!publication.port) listener_.emplace();
+        const std::uint16_t port = publication.port ? *publication.port : listener_->port();
+        const bool isSlow = publication.statusDelay > 0;
+        blocks_ = PublishedBlocks::publish(port, isSlow ? std::uint16_t{0} : publication.status,
+                                           publication.flag);
+        if (!blocks_) throw CannotRun("its shared blocks cannot be made");
+        pause(publication.statusDelay);
+        blocks_->setStatus(publication.status);
+        log_.note("status " + std::to_string(publication.status) + ", port " +
+                  std::to_string(port) + (listener_ ? "" : ", which nobody listens on"));
+        if (options_.readyFile) {
+            q7tools::writeWholeFile(*options_.readyFile, std::to_string(port) + '\n');
+        }
+    }
+
+    void serve() {
+        while (!options_.messages || connections_ < *options_.messages) {
+            stopIfAsked();
+            if (!listener_) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(slice));
+                continue;
+            }
+            const platform::SocketHandle client = listener_->accept(slice);
+            if (client != platform::noSocket) serveClient(client);
+        }
+    }
+
+    void serveClient(platform::SocketHandle client) {
+        const std::uint64_t number = ++connections_;
+        transcript_.connectionBegins(number);
+        std::string how = "stopped";
+        try {
+            SocketChannel channel(client, [this] { return shouldStop(); });
+            ConnectionReader reader(channel, transcript_);
+            Connection connection{number, channel, reader, services_};
+            how = serveConnection(connection);
+        } catch (const ClosedOnPurpose&) {
+            how = "closed on purpose";
+            log_.note("connection " + std::to_string(number) + " was closed on purpose");
+        }
+        transcript_.connectionEnds(number, how);
+    }
+
+    void takePlugin(const WideString& file) {
+        const Publication& publication = options_.publication;
+        if (options_.launchedWith && *options_.launchedWith != q7tools::allToUtf8(file)) {
+            log_.note("that is not the plug-in file that the launcher was given");
+        }
+        pause(publication.linkDelay);
+        // Clients look at the flag first.
+        if (publication.flagAfterPlugin) blocks_->setFlag(*publication.flagAfterPlugin);
+        blocks_->setStatus(publication.statusAfterPlugin);
+    }
+
+    int finish() {
+        surroundings_.out << log_.closingLine(connections_) << std::flush;
+        if (options_.messages && connections_ < *options_.messages) {
+            surroundings_.errors << q7tools::errorLine("q7-standin", "connections",
+                                                       "expected " +
+                                                           std::to_string(*options_.messages) +
+                                                           ", got " + std::to_string(connections_));
+            return exitFaults;
+        }
+        return log_.protocolErrorCount() == 0 ? exitGood : exitFaults;
+    }
+
+    double seconds() const {
+        return std::chrono::duration<double>(Clock::now() - startTime_).count();
+    }
+
+    bool shouldStop() const {
+        return surroundings_.wasInterrupted() ||
+               (options_.exitAfter && seconds() * 1000 >= *options_.exitAfter);
+    }
+
+    void stopIfAsked() const {
+        if (shouldStop()) throw Stopped();
+    }
+
+    void pause(int milliseconds) const {
+        const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+        while (Clock::now() < end) {
+            stopIfAsked();
+            const auto left = end - Clock::now();
+            std::this_thread::sleep_for(
+                std::min<Clock::duration>(left, std::chrono::milliseconds(slice)));
+        }
+    }
+
+    const Options& options_;
+    const Surroundings& surroundings_;
+    Clock::time_point startTime_ = Clock::now();
+    MessageLog log_;
+    MessageStore store_;
+    TranscriptFile transcriptFile_;
+    Transcript transcript_;
+    Behaviour behaviour_;
+    Services services_;
+    std::optional<Listener> listener_;
+    std::optional<PublishedBlocks> blocks_;
+    std::uint64_t connections_ = 0;
+};
+
+int runAlone(const Options& options, const Surroundings& surroundings) {
+    const auto lock = platform::InstanceLock::take(lockName);
+    if (!lock) throw CannotRun("another q7-standin runs on this machine");
+#if defined(_WIN32)
+    // Elsewhere blocks outlive a process that was killed, and are taken over.
+    if (isStatusPublished()) throw CannotRun("a renderer runs on this machine");
+#endif
+    return Renderer(options, surroundings).run();
+}
+
+}  // namespace
+
+int runRenderer(const Options& options, const Surroundings& surroundings) {
+    try {
+        return runAlone(options, surroundings);
+    } catch (const CannotRun& error) {
+        surroundings.errors << q7tools::errorLine("q7-standin", "cannot start", error.what());
+    } catch (const FileError& error) {
+        surroundings.errors << q7tools::errorLine("q7-standin", error.file(), error.what());
+    }
+    return exitFailure;
+}
+
+}  // namespace q7standin
