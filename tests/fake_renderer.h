@@ -272,7 +272,8 @@ class ModelReceiver {
             peer_.close();
             throw std::runtime_error("ended on request");
         }
-        peer_.sendWord(0);
+        // Any four bytes will do.
+        peer_.sendWord(0xFFFFFFFFU - static_cast<std::uint32_t>(acknowledgements_));
         transcript_ += "acknowledged\n";
     }
 

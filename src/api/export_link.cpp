@@ -33,7 +33,7 @@ uint32_t GetQ7RenderStatus(uint8_t* flag) {
 uint32_t Q7GetRenderVersion(Q7Char* buffer, uint32_t size) {
     const WideString version = ReadInstalledVersion();
     // Callers rely on the test being against the length alone: it leaves no room for the terminator.
-    if (size >= version.size()) copyOut(version, buffer);
+    if (buffer && size >= version.size()) copyOut(version, buffer);
     return static_cast<uint32_t>(version.size() + 1);
 }
 

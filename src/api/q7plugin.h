@@ -17,8 +17,8 @@
  *   elements 12, 13 and 14. A null transform means the identity.
  * - Silence: bad input, unknown names and files that cannot be opened make a function do nothing.
  *   There is no error text and no last-error call; "Nothing happens when" tells the cases.
- * - Exceptions: nothing is caught at this boundary. std::bad_alloc, and the std::length_error and
- *   std::out_of_range that single functions name, reach the caller. On Windows they can be caught by
+ * - Exceptions: nothing is caught at this boundary. std::bad_alloc, and the std::length_error,
+ *   std::out_of_range and std::invalid_argument that single functions name, reach the caller. On Windows they can be caught by
  *   type only when host and library are built with the same compiler family.
  * - Threads: no function takes a lock, and a session belongs to one thread at a time. The text of
  *   Q7SetDccPluginInfo and the path last given to SetModelFilePath are shared by all sessions of the
@@ -188,8 +188,9 @@ Q7_API uint32_t StartLinkQ7Render(const Q7Char* pluginFile);
 
 /** Tells the renderer's status as it is now. Needs no session.
  *
- *  flag: where to store the low byte of the renderer's flag, which is then cleared; null leaves the
- *        flag alone. Without a renderer the last value is stored.
+ *  flag: where to store the low byte of the renderer's flag, which is then cleared, so that it is
+ *        shown once and a StartLinkQ7Render that runs meanwhile may miss it; null leaves the flag
+ *        alone. Without a renderer the last value is stored.
  *
  *  Returns 0 not available, 1 waits for a plug-in file, 2 takes no link, 4 linked; any other value is
  *  a renderer that is not ready. */
@@ -197,7 +198,7 @@ Q7_API uint32_t GetQ7RenderStatus(uint8_t* flag);
 
 /** Tells the version of the registered installation, read anew at each call. Needs no session.
  *
- *  buffer: where to store the text and its terminator; not touched when size is too small
+ *  buffer: where to store the text and its terminator; not touched when size is too small; may be null
  *  size:   of the buffer in characters. The text is stored when it is at least the text's length,
  *          and then its terminator too: give the buffer one character more than you tell.
  *
@@ -207,7 +208,8 @@ Q7_API uint32_t Q7GetRenderVersion(Q7Char* buffer, uint32_t size);
 /** The same function as Q7RawSyncConnect. */
 Q7_API ConnectRet Connect(void* session);
 
-/** Opens the connection for Q7SendRaw, on the port that the renderer published last.
+/** Opens the connection for Q7SendRaw, on the port that the library read last: StartLinkQ7Render reads
+ *  it, and each connect or send that fails.
  *
  *  Returns a ConnectRet. A renderer that cannot be reached counts as connected: the send that follows
  *  goes nowhere, and the port is read anew for the next attempt.
@@ -250,13 +252,15 @@ Q7_API uint8_t HasConnected(void* session);
  *  name: handed to the renderer; null is allowed
  *
  *  Returns the renderer's answer, and 0 for a negative or no answer, for a null name, and while a
- *  connection is open. */
+ *  connection is open. Blocks until the renderer answers or closes. */
 Q7_API int32_t GetSendModelType(void* session, const Q7Char* name);
 
 /** Sends the model as it stands over the open connection. Instances of deleted nodes leave the model
  *  first, and meshes that no instance uses afterwards. Instances whose transform is sheared or scales
  *  beyond 0.001 to 100 travel as meshes of their own, already transformed.
  *
+ *  Mesh names that begin with "@q7fix@", and "@g@m@q7_", are the library's own: a host's mesh that
+ *  takes one of the first keeps an instance from being transformed, one of the second is overwritten.
  *  A renderer of version 2.4 or later gets the model twice in a row, first with the instance paths.
  *  Nothing is sent of a model without instances. Throws as Q7RawSyncConnect does.
  *  Cost: each mesh takes five round trips to the renderer; a renderer that does not answer blocks the

@@ -115,6 +115,9 @@ void addMaterialInstance(SessionCore& core, Model& model, const IQ7Material& mat
                          const Mesh& generator) {
     const Transform transform =
         model.instances.empty() ? identityTransform : model.instances.front()->transform;
+    // Room first: an instance that is not remembered would stay for good.
+    core.generatedInstances.push_back(nullptr);
+    core.generatedInstances.pop_back();
     if (model.addInstance(generator.name, material.getName(), transform.data(),
                           generatedInstancePath) != 0) {
         core.generatedInstances.push_back(model.instances.back().get());
@@ -122,17 +125,18 @@ void addMaterialInstance(SessionCore& core, Model& model, const IQ7Material& mat
 }
 
 void removeGeneratedInstances(SessionCore& core, Model& model) {
+    const std::vector<Instance*> generated = std::exchange(core.generatedInstances, {});
     // Where each one stands now, so that none has to be searched for.
     HashMap<InstanceHandle, std::size_t> places;
-    for (const Instance* generated : core.generatedInstances) {
-        places.tryEmplace(generated->handle(), model.instances.size());
-    }
-    for (std::size_t i = 0; i < model.instances.size(); ++i) {
+    const std::size_t nowhere = model.instances.size();
+    for (const Instance* instance : generated)
+        places.tryEmplace(instance->handle(), nowhere);
+    for (std::size_t i = 0; i < nowhere; ++i) {
         if (std::size_t* const place = places.find(model.instances[i]->handle())) *place = i;
     }
-    for (const Instance* generated : std::exchange(core.generatedInstances, {})) {
-        const std::size_t place = places.at(generated->handle());
-        if (place == model.instances.size()) continue;
+    for (const Instance* instance : generated) {
+        const std::size_t place = places.at(instance->handle());
+        if (place == nowhere) continue;
         if (std::size_t* const last = places.find(model.instances.back()->handle())) *last = place;
         std::swap(model.instances[place], model.instances.back());
         model.instances.pop_back();

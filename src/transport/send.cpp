@@ -14,28 +14,39 @@ void addGenerated(SessionCore& core, Model& model) {
     }
 }
 
-// Instances belong to the session even where the model is a copy, so they are put right again also
-// when the send throws.
-void sendWithAdditions(SessionCore& core, Model& model, const SendSettings& settings,
-                       LinkForm form) {
+// Does the second thing after the first, also when the first throws.
+template <class Body, class After>
+void runThen(const Body& body, const After& after) {
     try {
-        fixDegenerateTransforms(core, model);
-        if (settings.genMatInstances) addGenerated(core, model);
-        sendThroughBlock(model, settings.stream, form);
+        body();
     } catch (...) {
-        restoreFixedInstances(core);
-        removeGeneratedInstances(core, model);
+        after();
         throw;
     }
-    removeGeneratedInstances(core, model);
-    restoreFixedInstances(core);
+    after();
+}
+
+// Instances belong to the session even where the model is a copy, so they are put right again also
+// when the send throws; first, since taking out the generated ones needs memory.
+void sendWithAdditions(SessionCore& core, Model& model, const SendSettings& settings,
+                       LinkForm form) {
+    runThen(
+        [&] {
+            fixDegenerateTransforms(core, model);
+            if (settings.genMatInstances) addGenerated(core, model);
+            sendThroughBlock(model, settings.stream, form);
+        },
+        [&] {
+            restoreFixedInstances(core);
+            removeGeneratedInstances(core, model);
+        });
 }
 
 void sendSessionModel(SessionCore& core, const SendSettings& settings, LinkForm form) {
     core.applyPendingDeletes();
     if (core.model->instances.empty()) return;
-    sendWithAdditions(core, *core.model, settings, form);
-    core.model->pruneUnusedMeshes();
+    runThen([&] { sendWithAdditions(core, *core.model, settings, form); },
+            [&] { core.model->pruneUnusedMeshes(); });
 }
 
 }  // namespace
@@ -53,6 +64,6 @@ void sendProcessed(SessionCore& core, const SendSettings& settings) {
     if (core.model->instances.empty()) return;
     Model merged = *core.model;
     Q7ModelUtils::MergeSingleInstancedMesh(merged);
-    sendWithAdditions(core, merged, settings, sendModelRaw);
-    core.model->pruneUnusedMeshes();
+    runThen([&] { sendWithAdditions(core, merged, settings, sendModelRaw); },
+            [&] { core.model->pruneUnusedMeshes(); });
 }

@@ -83,6 +83,7 @@ TEST(Q7GetRenderVersion, StoresWhatFitsByItsOwnTest) {
 TEST(Q7GetRenderVersion, WithoutAnInstallationIsOne) {
     const Installation none("9", false);
     Q7Char buffer[2] = {Q7Char('x'), Q7Char('x')};
+    EXPECT_EQ(Q7GetRenderVersion(nullptr, 0), 1U);
     EXPECT_EQ(Q7GetRenderVersion(buffer, 0), 1U);
     EXPECT_EQ(buffer[0], Q7Char(0));
     EXPECT_EQ(buffer[1], Q7Char('x'));
@@ -92,6 +93,7 @@ TEST(StartLinkQ7Render, GivesItsCode) {
     testing::internal::CaptureStdout();
     {
         const Installation none("9", false);
+        SetQ7RenderPath(Q7T(""));
         EXPECT_EQ(StartLinkQ7Render(Q7T("file")), 1U);
     }
     {
@@ -315,6 +317,19 @@ TEST_F(Linked, ARendererThatGoesAwayAtAnyAcknowledgementDoesNoHarm) {
         DisConnect(host.session);
         EXPECT_EQ(host.savedBytes(), before);
     }
+}
+
+TEST(Connect, AVersionThatIsNoneThrowsThroughTheExports) {
+    const Installation installation("beta");
+    const Host host;
+    host.addNode(Q7T("node"), {Q7T("m")});
+    for (const auto connect : {Connect, Q7RawSyncConnect}) {
+        EXPECT_THROW(connect(host.session), std::invalid_argument);
+    }
+    for (const auto send : {SendModel, Q7SendRaw}) {
+        EXPECT_THROW(send(host.session), std::invalid_argument);
+    }
+    EXPECT_EQ(HasConnected(host.session), 0);
 }
 
 TEST(ConnectRet, HasItsNumbers) {

@@ -193,10 +193,30 @@ TEST(SaveProcessed, KeepsColoursAndInstancesMarkedForRemoval) {
     EXPECT_EQ(Q7InstanceCount(host.session), 2U);
 }
 
+TEST(SaveProcessed, TakesNoneOfTheStepsOfASend) {
+    const Host host;
+    const std::array<float, 16> shear = {1, 5, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    SetGenMatInstances(host.session, 1);
+    AddMesh(host.session, Q7T("unused"), nullptr, 0, nullptr, 0, nullptr, 0, nullptr, 0, nullptr,
+            0);
+    MaxBeginNode(host.session, Q7T("node"), shear.data());
+    host.addTriangle(Q7T("m"));
+    MaxEndNode(host.session);
+    MaxDuplicateNode(host.session, Q7T("node"), Q7T("copy"), shear.data());
+    const std::string before = host.savedBytes();
+    const auto stream = savedProcessed(host);
+    EXPECT_EQ(namesOf(stream.meshes), (std::vector<WideString>{u"unused", u"node_m"}));
+    ASSERT_EQ(stream.instances.size(), 2U);
+    EXPECT_EQ(stream.instances[0].transform, shear);
+    EXPECT_EQ(stream.instances[1].transform, shear);
+    EXPECT_EQ(host.savedBytes(), before);
+}
+
 TEST(SaveProcessed, WithNothingToMergeIsTheRawFile) {
     const Host host;
     host.addNode(Q7T("a"), {Q7T("m"), Q7T("n")});
     const TemporaryFolder folder;
+    std::ofstream(folder / "file") << std::string(100000, 'x');
     Q7SaveProcessedToFile(host.session, hostPath(folder / "file").c_str());
     EXPECT_EQ(readFile(folder / "file"), host.savedBytes());
 }

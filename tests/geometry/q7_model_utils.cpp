@@ -171,6 +171,40 @@ TEST(CalcWorldNormal, AZeroLengthStaysZero) {
     EXPECT_EQ(Q7ModelUtils::calcWorldNormal({1, 2, 3}, Transform{}), (Array<float>{0, 0, 0}));
 }
 
+TEST(CalcWorldNormal, ALengthThatComesOutAsZeroLeavesTheVector) {
+    // The squares are too small for single precision.
+    EXPECT_EQ(Q7ModelUtils::calcWorldNormal({1e-30F, 2e-30F, 0}, identityTransform),
+              (Array<float>{1e-30F, 2e-30F, 0}));
+}
+
+TEST(Merge, IsTheSameOnManyThreads) {
+    Model model;
+    model.addDefaultMaterial(u"m");
+    for (const auto* name : {u"a", u"b"}) {
+        MeshArrays arrays;
+        arrays.positions = randomFloats(3 * 40'000);
+        arrays.normals = randomFloats(3 * 40'000);
+        arrays.uvs.assign(2 * 40'000, 0.0F);
+        model.addMesh(name, std::move(arrays));
+        model.addInstance(name, u"m", odd.data(), u"");
+    }
+    const Mesh& source = *model.meshAt(u"a");
+    Q7ModelUtils::MergeSingleInstancedMesh(model);
+    const Mesh& merged = *model.meshAt(u"m_q7_merged");
+    Array<float> positions = Q7ModelUtils::calcWorldVertex(source.positions, odd);
+    Array<float> normals = Q7ModelUtils::calcWorldNormal(source.normals, odd);
+    for (Array<float>* array : {&positions, &normals}) {
+        const Array<float> once = *array;
+        append(*array, once.data(), once.size());
+    }
+    EXPECT_TRUE(merged.positions == positions);
+    EXPECT_TRUE(merged.normals == normals);
+    ASSERT_EQ(merged.indices.size(), 240'000U);
+    for (std::size_t i = 0; i < merged.indices.size(); ++i) {
+        ASSERT_EQ(merged.indices[i], static_cast<std::int32_t>(i));
+    }
+}
+
 TEST(Merge, JoinsTheSingleInstancedMeshesOfOneMaterial) {
     Model model;
     model.addQ7Material(u"m");
@@ -270,7 +304,10 @@ TEST(Merge, EachCountIsChecked) {
         model.addDefaultMaterial(u"m");
         addMesh(model, u"a", {1, 2, 3});
         Mesh* const b = addMesh(model, u"b", {1, 2, 3});
-        if (wrong == 0) b->positions.push_back(4);
+        if (wrong == 0) {
+            b->positions.push_back(4);
+            b->normals.push_back(4);
+        }
         if (wrong == 1) b->normals.push_back(4);
         if (wrong == 2) b->uvs.push_back(4);
         model.addInstance(u"a", u"m", moved.data(), u"");

@@ -55,6 +55,12 @@ TEST(FixDegenerateTransforms, HealthyOnesAreLeftAlone) {
     EXPECT_FALSE(scene.isFixed({2 * s, 2 * s, 0, 0, -2 * s, 2 * s, 0, 0, 0, 0, 2, 0, 0, 0, 0, 1}));
     EXPECT_FALSE(scene.isFixed(scaled(1, 2, 3)));
     EXPECT_FALSE(scene.isFixed(scaled(-1, 1, 1)));
+    // Rows count, not columns.
+    EXPECT_FALSE(scene.isFixed({2 * s, 2 * s, 0, 0, -3 * s, 3 * s, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+    EXPECT_TRUE(scene.isFixed({2 * s, -3 * s, 0, 0, 2 * s, 3 * s, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+    // The translation is not looked at.
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    EXPECT_FALSE(scene.isFixed({1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, nan, 0, 0, 1}));
     EXPECT_FALSE(scene.isFixed(scaled(0.001F, 0.001F, 0.001F)));
     EXPECT_FALSE(scene.isFixed(scaled(100, 100, 100)));
     EXPECT_FALSE(scene.isFixed({1, 0, 0, 7, 0, 1, 0, 7, 0, 0, 1, 7, 0, 0, 0, 7}));
@@ -107,6 +113,12 @@ TEST(FixDegenerateTransforms, AMeshWithoutNormalsIsBakedWithout) {
     Scene scene;
     const Instance& instance = scene.place(shear);
     instance.mesh->normals.clear();
+    fixDegenerateTransforms(scene.core, *scene.core.model);
+    EXPECT_EQ(instance.mesh->name, u"@q7fix@0mesh");
+    EXPECT_TRUE(instance.mesh->normals.empty());
+    restoreFixedInstances(scene.core);
+    scene.core.model->pruneUnusedMeshes();
+    instance.mesh->normals = {1, 2};
     fixDegenerateTransforms(scene.core, *scene.core.model);
     EXPECT_EQ(instance.mesh->name, u"@q7fix@0mesh");
     EXPECT_TRUE(instance.mesh->normals.empty());
@@ -252,10 +264,14 @@ TEST(MaterialInstances, OneThatIsNotInTheModelIsPassedOver) {
     Scene scene;
     Model& model = *scene.core.model;
     scene.place(identityTransform);
+    scene.place(identityTransform);
+    scene.place(identityTransform);
     Model other = model;
-    scene.core.generatedInstances = {model.instances[0].get()};
-    other.instances.clear();
+    scene.core.generatedInstances = {model.instances[0].get(), model.instances[2].get(),
+                                     model.instances[1].get()};
+    other.instances.erase(other.instances.begin() + 2);
     removeGeneratedInstances(scene.core, other);
     EXPECT_TRUE(scene.core.generatedInstances.empty());
-    EXPECT_EQ(model.instances.size(), 1U);
+    EXPECT_TRUE(other.instances.empty());
+    EXPECT_EQ(model.instances.size(), 3U);
 }

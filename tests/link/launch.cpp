@@ -3,12 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
+#include <optional>
 
 #include "link/link_state.h"
 #include "link/render_socket.h"
 #include "platform/processes.h"
 #include "tests/fake_renderer.h"
 #include "tests/platform/installation.h"
+#include "tests/read_file.h"
 
 namespace {
 
@@ -44,6 +47,21 @@ class RunningProcess {
     const char* name_;
     TemporaryFolder folder_;
 };
+
+// A launcher that tells with what it was started, and ends.
+void installLauncher(const Installation& installation) {
+    std::filesystem::remove(installation.path("q7_launcher.exe"));
+    std::filesystem::copy_file(Q7_SLEEPER, installation.path("q7_launcher.exe"));
+    std::filesystem::permissions(installation.path("q7_launcher.exe"),
+                                 std::filesystem::perms::owner_all);
+}
+
+std::string launchedWith(const Installation& installation) {
+    for (int i = 0; i < 2000 && !std::filesystem::exists(installation.path("launched.txt")); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return readFile(installation.path("launched.txt"));
+}
 
 // Each test starts as a process that knows nothing yet, and prints into nowhere.
 class Launch : public testing::Test {
@@ -251,15 +269,123 @@ TEST_F(Launch, ABlockThatVanishesAfterTheHandOverIsAFailure) {
     later.join();
 }
 
+TEST_F(Launch, TheUpdateIsToldWhenTheBlockVanishes) {
+    auto renderer = std::make_unique<FakeRenderer>(1);
+    auto* const served = renderer.get();
+    std::unique_ptr<RunningProcess> update;
+    renderer->serve({[&](Peer& peer) {
+        peer.word();
+        peer.string();
+        EXPECT_TRUE(peer.atEnd());
+        update = std::make_unique<RunningProcess>("kua.exe");
+    }});
+    std::thread later([&] {
+        served->finish();
+        renderer.reset();
+    });
+    EXPECT_EQ(LinkToRender(), LinkResult::UpdateRunning);
+    later.join();
+}
+
+TEST_F(Launch, TheWaitForTheLinkGoesOnPastOtherStatuses) {
+    FakeRenderer renderer(0);
+    const auto wait = [](int milliseconds) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+    };
+    bool handedOver = false;
+    renderer.serve({[&](Peer& peer) {
+        handedOver = peer.word() == 3;
+        peer.string();
+    }});
+    std::thread later([&] {
+        for (const std::uint16_t status : std::initializer_list<std::uint16_t>{2, 4, 1}) {
+            wait(400);
+            renderer.setStatus(status);
+        }
+        renderer.finish();
+        wait(400);
+        renderer.setStatus(2);
+        wait(700);
+        renderer.setStatus(4);
+    });
+    EXPECT_EQ(startLink(u"file"), LinkResult::Linked);
+    later.join();
+    EXPECT_TRUE(handedOver);
+}
+
+TEST_F(Launch, OnlyTheLastWaitClearsTheFlag) {
+    FakeRenderer renderer(4);
+    renderer.setFlag(1);
+    EXPECT_EQ(startLink(u"file"), LinkResult::Linked);
+    EXPECT_EQ(renderer.flag(), 1);
+    renderer.setStatus(1);
+    renderer.serve({[](Peer& peer) {
+        peer.word();
+        peer.string();
+    }});
+    EXPECT_EQ(startLink(u"file"), LinkResult::HandOverRefused);
+    EXPECT_EQ(renderer.flag(), 0);
+    renderer.finish();
+}
+
+TEST_F(Launch, TheSecondAttemptsResultStands) {
+    const auto status = platform::CreatedBlock::create(testStatusBlock, 4);
+    status.view()[0] = std::byte{2};
+    std::optional<platform::CreatedBlock> port;
+    std::thread later([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1000));
+        port.emplace(platform::CreatedBlock::create(testPortBlock, 2));
+    });
+    EXPECT_EQ(startLink(u"file"), LinkResult::TakesNoLink);
+    later.join();
+}
+
+// A launcher that ends at once, and a renderer that comes up later.
+TEST_F(Launch, WaitsForTheBlocksOfARendererThatItStarted) {
+    for (const int delay : {1500, 6000}) {
+        linkState() = LinkState();
+        const Installation installation("2.0");
+        installLauncher(installation);
+        std::unique_ptr<FakeRenderer> renderer;
+        std::thread later([&] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+            renderer = std::make_unique<FakeRenderer>(1);
+            renderer->serve({[&](Peer& peer) {
+                EXPECT_EQ(peer.word(), 3U);
+                EXPECT_EQ(peer.string(), u"file");
+                renderer->setStatus(4);
+            }});
+        });
+        EXPECT_EQ(startLink(u"file"), LinkResult::Linked);
+        later.join();
+        renderer->finish();
+    }
+    // The first came within the tries for its block, the second only in the wait for its status.
+    const std::string lines = printed();
+    const std::string quick = "2.0\nStartQ7Render\n\nSync status\n1\nSync status\n1\n";
+    EXPECT_EQ(lines.substr(0, quick.size()), quick);
+    EXPECT_EQ(lines.substr(quick.size(), 34), "2.0\nStartQ7Render\n\nSync status\n0\nS");
+}
+
 TEST_F(Launch, StartsTheInstalledLauncherWithTheFile) {
     const Installation installation("2.0");
-    std::filesystem::remove(installation.path("q7_launcher.exe"));
-    std::filesystem::copy_file(Q7_SLEEPER, installation.path("q7_launcher.exe"));
-    std::filesystem::permissions(installation.path("q7_launcher.exe"),
-                                 std::filesystem::perms::owner_all);
-    // The parameter is no file that exists, so the program ends at once.
+    installLauncher(installation);
     linkState().pluginFile = u"my file";
     EXPECT_EQ(LaunchRender(), 0);
     EXPECT_EQ(linkState().renderPath, utf8ToWide(installation.folder()));
     EXPECT_EQ(printed(), "2.0\nStartQ7Render\n\n");
+    // Without quotes the blank parts the file into two arguments.
+    EXPECT_EQ(launchedWith(installation), "-pluginFile=my\nfile\n");
+}
+
+TEST_F(Launch, AKnownPathIsLaunchedAndTheRegisteredVersionCounts) {
+    const Installation known("9", false);
+    installLauncher(known);
+    Installation registered("2.0");
+    linkState().renderPath = utf8ToWide(known.folder());
+    EXPECT_EQ(LaunchRender(), 0);
+    EXPECT_EQ(linkState().renderPath, utf8ToWide(known.folder()));
+    EXPECT_EQ(launchedWith(known), "-pluginFile=\n");
+    registered.unregister();
+    EXPECT_EQ(LaunchRender(), 2);
 }

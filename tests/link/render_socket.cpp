@@ -147,6 +147,54 @@ TEST(ReceiveString, WithoutALengthIsEmpty) {
     EXPECT_EQ(receivedString(wordBytes(0x80000000) + "text"), u"");
 }
 
+TEST(ReceiveString, WithoutALengthReadsNothingMore) {
+    for (const std::uint32_t length : {0U, 0xFFFFFFFFU}) {
+        FakeRenderer renderer;
+        renderer.serve({[&](Peer& peer) { peer.send(wordBytes(length) + "text"); }});
+        RenderSocket link;
+        SocketConnect(link, renderer.port());
+        EXPECT_EQ(ReceiveString(link), u"");
+        std::uint32_t next = 0;
+        EXPECT_TRUE(ReceiveWord(link, next));
+        EXPECT_EQ(wordBytes(next), "text");
+        renderer.finish();
+    }
+}
+
+TEST(ReceiveString, TakesWhatOneReadBrings) {
+    FakeRenderer renderer;
+    renderer.serve({[&](Peer& peer) {
+        peer.send(wordBytes(4) + "ab");
+        EXPECT_TRUE(peer.atEnd());
+    }});
+    RenderSocket link;
+    SocketConnect(link, renderer.port());
+    // The peer stays: a second read would wait for it.
+    EXPECT_EQ(ReceiveString(link), WideString(u"ab\0\0", 4));
+    CloseLink(link);
+    renderer.finish();
+}
+
+TEST(CloseLink, DoesNotReadThePort) {
+    FakeRenderer renderer;
+    RenderSocket link;
+    SocketConnect(link, renderer.port());
+    linkState().port = 1;
+    CloseLink(link);
+    EXPECT_EQ(ReceiveString(link), u"");
+    EXPECT_EQ(linkState().port, 1);
+}
+
+TEST(RenderSocketRecord, ClosesItsConnectionWhenItGoes) {
+    FakeRenderer renderer;
+    renderer.serve({[](Peer& peer) { EXPECT_TRUE(peer.atEnd()); }});
+    {
+        RenderSocket link;
+        SocketConnect(link, renderer.port());
+    }
+    renderer.finish();
+}
+
 TEST(ReceiveString, AShortReplyLeavesZeros) {
     EXPECT_EQ(receivedString(wordBytes(4) + "ab"), WideString(u"ab\0\0", 4));
     EXPECT_EQ(receivedString(wordBytes(3)), WideString(u"\0\0\0", 3));

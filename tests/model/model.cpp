@@ -43,6 +43,8 @@ TEST(ModelAddMesh, GivesTheMeshUnderItsName) {
 TEST(ModelAddMesh, RefusesWhatDoesNotFit) {
     Model model;
     EXPECT_EQ(model.addMesh(u"m", arrays(8, 0, 6)), nullptr);
+    EXPECT_EQ(model.addMesh(u"m", arrays(8, 0, 4)), nullptr);
+    EXPECT_EQ(model.addMesh(u"m", arrays(7, 7, 4)), nullptr);
     EXPECT_EQ(model.addMesh(u"m", arrays(9, 3, 6)), nullptr);
     EXPECT_EQ(model.addMesh(u"m", arrays(9, 10, 6)), nullptr);
     EXPECT_EQ(model.addMesh(u"m", arrays(9, 9, 0)), nullptr);

@@ -303,6 +303,7 @@ TEST(LaunchProgram, WorksInAHostThatIgnoresItsChildren) {
     writeReporter(folder / "program", "echo x");
     const auto before = signal(SIGCHLD, SIG_IGN);
     EXPECT_TRUE(launch(folder / "program", u"", folder.path()));
+    EXPECT_FALSE(launch(folder / "missing", u"", folder.path()));
     signal(SIGCHLD, before);
     EXPECT_EQ(textThatComes(folder / "made"), "x\n");
 }

@@ -298,7 +298,7 @@ TEST(SharedMemory, ABlockThatHasNoBytesYetOpensEmpty) {
 
 TEST(SharedMemory, WhereThereIsNoRoomTheViewIsEmpty) {
     const WideString name = newName();
-    // The limit on the size of files holds for shared memory as well. Part of the block is to be had.
+    // The limit on the size of files holds for shared memory as well. Some of the block is to be had.
     const pid_t child = startChild([&name] {
         signal(SIGXFSZ, SIG_IGN);
         const rlimit limit = {20'000'000, 20'000'000};

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+#include <stdexcept>
+
 #include "geometry/send_markers.h"
 #include "link/link_state.h"
 #include "link/render_socket.h"
@@ -195,4 +198,53 @@ TEST(SendProcessed, PrunesTheSessionsModel) {
     received(scene, sendProcessed, {false});
     EXPECT_EQ(scene.core.model->meshes.size(), 2U);
     EXPECT_TRUE(scene.core.model->hasMesh(u"a"));
+}
+
+TEST(SendProcessed, AGroupThatDoesNotFitIsNotSent) {
+    for (const bool generate : {false, true}) {
+        Scene scene;
+        scene.core.model->meshAt(u"a")->normals.assign(9, 1.0F);
+        addMesh(*scene.core.model, u"unused");
+        if (generate) {
+            const auto models = received(scene, sendProcessed, {false}, true);
+            ASSERT_EQ(models.at(0).model.instances.size(), 2U);
+            EXPECT_EQ(models[0].model.instances[0].transform, identityTransform);
+            EXPECT_EQ(models[0].model.meshes.at(0).positions[0], 0.0F);
+        } else {
+            received(scene, sendProcessed, {});
+        }
+        EXPECT_EQ(scene.core.model->instances.size(), 2U);
+        EXPECT_EQ(scene.core.model->meshes.size(), 2U);
+    }
+}
+
+TEST(SendProcessed, DoesNotAskForTheVersion) {
+    const Installation installation("x");
+    Scene scene;
+    EXPECT_NO_THROW(sendProcessed(scene.core, {}));
+}
+
+namespace {
+
+struct ThrowingMaterial : IQ7Material {
+    WideString getName() const override { return u"throws"; }
+    WideString toXml() const override { throw std::runtime_error("no text"); }
+};
+
+}  // namespace
+
+TEST(Sends, ThatThrowLeaveTheSessionAsItWas) {
+    const Installation installation("2.4");
+    for (const Send send : {sendRaw, sendProcessed}) {
+        Scene scene;
+        scene.core.model->materials[u"throws"] = std::make_shared<ThrowingMaterial>();
+        const auto before = scene.core.model->instances;
+        EXPECT_THROW(send(scene.core, {{}, true}), std::runtime_error);
+        EXPECT_EQ(scene.core.model->instances, before);
+        EXPECT_EQ(before[1]->transform, shear);
+        EXPECT_EQ(before[1]->mesh, scene.core.model->meshAt(u"b"));
+        EXPECT_TRUE(scene.core.fixedInstances.empty());
+        EXPECT_TRUE(scene.core.generatedInstances.empty());
+        EXPECT_EQ(scene.core.model->meshes.size(), 2U);
+    }
 }

@@ -33,7 +33,8 @@ std::uint32_t announcedBy(SyncResult (*connect)(SessionCore&), SessionCore& core
 }
 
 std::int32_t typeAfter(const FakeRenderer::Script& reply, SessionCore& core) {
-    FakeRenderer renderer;
+    // The status is not looked at for this.
+    FakeRenderer renderer(0);
     linkState().port = renderer.port();
     renderer.serve({[&](Peer& peer) {
         EXPECT_EQ(peer.word(), 9U);
@@ -67,6 +68,8 @@ TEST(RawSyncConnect, AVersionThatIsNoneThrows) {
     SessionCore core;
     EXPECT_THROW(rawSyncConnect(core), std::invalid_argument);
     EXPECT_FALSE(core.connected);
+    EXPECT_NO_THROW(announcedBy(processedSyncConnect, core));
+    EXPECT_NO_THROW(announcedBy(groupSyncConnect, core));
 }
 
 TEST(ProcessedSyncConnect, NamesTheMainModelForAPartOfIt) {

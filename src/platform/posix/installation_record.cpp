@@ -1,5 +1,6 @@
 #include "platform/installation_record.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <string>
@@ -32,7 +33,8 @@ std::optional<WideString> recordUnder(std::string_view folder) {
     // A relative path here has no meaning.
     if (!folder.starts_with('/')) return std::nullopt;
     const std::string file = std::string(folder) + "/q7_render/install.ini";
-    const WideString value = readSetting(utf8ToWide(file), u"Q7 Render", u"DisplayIcon");
+    WideString value = readSetting(utf8ToWide(file), u"Q7 Render", u"DisplayIcon");
+    value.resize(std::min(value.find(u'\0'), value.size()));
     if (value.empty()) return std::nullopt;
     return shortened(value);
 }

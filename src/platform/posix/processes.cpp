@@ -60,14 +60,14 @@ bool runs(const fs::path& process, std::string_view name) {
 
 std::vector<std::string> splitAtBlanks(std::string_view text) {
     constexpr std::string_view blanks = " \t";
-    std::vector<std::string> parts;
+    std::vector<std::string> words;
     std::size_t begin = text.find_first_not_of(blanks);
     while (begin != std::string_view::npos) {
         const std::size_t end = text.find_first_of(blanks, begin);
-        parts.emplace_back(text.substr(begin, end - begin));
+        words.emplace_back(text.substr(begin, end - begin));
         begin = text.find_first_not_of(blanks, end);
     }
-    return parts;
+    return words;
 }
 
 bool isProgram(const std::string& path) {

@@ -79,11 +79,19 @@ void sendWithoutDelay(SocketHandle socket) {
 }
 
 std::ptrdiff_t sendBytes(SocketHandle socket, const void* data, std::size_t size) {
-    std::ptrdiff_t sent = 0;
+    const std::size_t wanted = inOneCall(size);
+    std::size_t done = 0;
+    // A signal may end a call half-way; on Windows a blocking one takes all.
     do {
-        sent = send(descriptorOf(socket), data, inOneCall(size), MSG_NOSIGNAL);
-    } while (sent < 0 && errno == EINTR);
-    return sent;
+        const auto* const rest = static_cast<const char*>(data) + done;
+        const std::ptrdiff_t sent = send(descriptorOf(socket), rest, wanted - done, MSG_NOSIGNAL);
+        if (sent >= 0) {
+            done += static_cast<std::size_t>(sent);
+        } else if (errno != EINTR) {
+            return sent;
+        }
+    } while (done < wanted);
+    return static_cast<std::ptrdiff_t>(done);
 }
 
 std::ptrdiff_t receiveBytes(SocketHandle socket, void* data, std::size_t size) {

@@ -71,8 +71,10 @@ CreatedBlock& CreatedBlock::operator=(CreatedBlock&&) noexcept = default;
 CreatedBlock::~CreatedBlock() = default;
 
 CreatedBlock CreatedBlock::create(WideView name, std::uint32_t size) {
-    HANDLE const handle = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size,
-                                             objectName(name).c_str());
+    // Alive until the error is read: giving its memory back could change that.
+    const std::wstring object = objectName(name);
+    HANDLE const handle =
+        CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, object.c_str());
     const bool existed = GetLastError() == ERROR_ALREADY_EXISTS && handle != nullptr;
     return CreatedBlock(
         std::unique_ptr<Mapping>(new Mapping{existed, {handle, FILE_MAP_ALL_ACCESS}}));

@@ -42,11 +42,42 @@ TEST(ParseOptions, ChoosesTheFormOfTheStream) {
     EXPECT_EQ(good({"a.obj", "--stream", "b"}).form, StreamForm::raw);
     EXPECT_EQ(good({"a.obj", "--processed", "--stream", "b"}).form, StreamForm::processed);
     EXPECT_EQ(badReason({"a.obj", "--processed", "--materials", "b"}),
-              "--processed is of use with --stream only");
+              "--processed is of use with --live or --stream only");
+    EXPECT_EQ(good({"a.obj", "--raw", "--stream", "b"}).form, StreamForm::raw);
+    EXPECT_EQ(badReason({"a.obj", "--raw", "--materials", "b"}),
+              "--raw is of use with --live or --stream only");
+}
+
+TEST(ParseOptions, ChoosesTheFormForTheRenderer) {
+    const Options raw = good({"a.obj", "--live"});
+    EXPECT_EQ(raw.live, LiveForm::raw);
+    EXPECT_EQ(raw.form, StreamForm::raw);
+    EXPECT_FALSE(raw.genMaterials);
+    EXPECT_FALSE(raw.stream || raw.materials);
+    EXPECT_EQ(good({"a.obj", "--live", "--raw"}).live, LiveForm::raw);
+    const Options processed =
+        good({"a.obj", "--live", "--processed", "--gen-materials", "--stream", "b"});
+    EXPECT_EQ(processed.live, LiveForm::processed);
+    EXPECT_EQ(processed.form, StreamForm::processed);
+    EXPECT_TRUE(processed.genMaterials && processed.stream);
+    const Options group = good({"a.obj", "--group", "--live"});
+    EXPECT_EQ(group.live, LiveForm::group);
+    EXPECT_EQ(group.form, StreamForm::processed);
+    EXPECT_FALSE(good({"a.obj", "--stream", "b"}).live);
+}
+
+TEST(ParseOptions, RefusesFormsThatDoNotFit) {
+    const std::string exclusive = "--raw, --processed and --group exclude each other";
+    EXPECT_EQ(badReason({"a.obj", "--live", "--raw", "--processed"}), exclusive);
+    EXPECT_EQ(badReason({"a.obj", "--live", "--group", "--processed"}), exclusive);
+    EXPECT_EQ(badReason({"a.obj", "--stream", "b", "--group"}),
+              "--group is of use with --live only");
+    EXPECT_EQ(badReason({"a.obj", "--stream", "b", "--gen-materials"}),
+              "--gen-materials is of use with --live only");
 }
 
 TEST(ParseOptions, TellsWhatIsWrong) {
-    EXPECT_EQ(badReason({"a.obj"}), "nothing to write: give --stream, --materials or both");
+    EXPECT_EQ(badReason({"a.obj"}), "nothing to do: give --live, --stream or --materials");
     EXPECT_EQ(badReason({"--stream", "b"}), "MODEL is required");
     EXPECT_EQ(badReason({"", "--stream", "b"}), "MODEL is empty");
     EXPECT_EQ(badReason({"a.obj", "--stream", "x/../b", "--materials", "b"}),
@@ -60,9 +91,10 @@ TEST(ParseOptions, TellsWhatIsWrong) {
 TEST(ParseOptions, HelpTeachesWithExamplesAndProperties) {
     for (const char* option : {"--help", "-h"}) {
         const std::string help = helpText({option});
-        for (const char* part : {"--stream OUT.q7mesh", "--processed", "--materials OUT.xml",
-                                 "Examples:", "q7-send engine.glb --stream engine.q7mesh",
-                                 "MetallicRoughnessTexture", "Exit status: 0"}) {
+        for (const char* part :
+             {"--stream OUT.q7mesh", "--processed", "--live", "--group", "--gen-materials",
+              "--materials OUT.xml", "Examples:", "q7-send engine.glb --stream engine.q7mesh",
+              "MetallicRoughnessTexture", "Exit status: 0"}) {
             EXPECT_NE(help.find(part), std::string::npos) << part;
         }
     }

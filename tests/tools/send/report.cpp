@@ -41,9 +41,22 @@ TEST(ClosingLine, TellsWhatWentWhere) {
     totals.duplicates = 1;
     totals.materials = 2;
     totals.triangles = 12;
-    EXPECT_EQ(closingLine("in.obj", totals, {{"out.q7mesh", 1200}, {"o\nut.xml", 10}}),
+    EXPECT_EQ(closingLine("in.obj", totals, {}, {{"out.q7mesh", 1200}, {"o\nut.xml", 10}}),
               "in.obj: 3 nodes (1 duplicate), 2 materials, 12 triangles -> out.q7mesh (1.2 kB), "
               "o\\u000aut.xml (10 bytes)\n");
+}
+
+TEST(ClosingLine, TellsHowFastItWentToTheRenderer) {
+    SendTotals totals;
+    totals.nodes = 1;
+    totals.triangles = 2;
+    totals.geometryBytes = 3'000'000;
+    const std::string start =
+        "in.obj: 1 node (0 duplicates), 0 materials, 2 triangles -> the renderer (";
+    EXPECT_EQ(closingLine("in.obj", totals, Delivery{LiveForm::raw, 0.25}, {}),
+              start + "raw: 3.0 MB of geometry in 0.250 s, 12.0 MB/s)\n");
+    EXPECT_EQ(closingLine("in.obj", totals, Delivery{LiveForm::group, 0}, {{"a", 1}}),
+              start + "group: 3.0 MB of geometry in 0.000 s), a (1 byte)\n");
 }
 
 }  // namespace q7send

@@ -2,6 +2,8 @@
 """Runs q7-send as a process on real files, and looks into its streams with q7-inspect.
 
     run_send.py SEND INSPECT MODELS
+
+Live sends go to q7-standin, which is looked for beside SEND.
 """
 
 import json
@@ -10,15 +12,20 @@ import pty
 import resource
 import shutil
 import signal
+import socket
+import struct
 import subprocess
 import sys
 import tempfile
+import threading
+import time
 import unittest
 from pathlib import Path
 
 SKIPPED = 77
 SEND = INSPECT = ""
 MODELS = Path()
+SHARED = Path("/dev/shm")
 
 SQUARE = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n"
 ENGINE = "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"
@@ -275,6 +282,218 @@ class Terminal(SendTest):
         )
         os.close(writing)
         self.assertEqual((run.returncode, len(run.stdout.splitlines())), (0, 1))
+
+
+class Live(SendTest):
+    """Sends to q7-standin in the renderer's place. The machine has room for one."""
+
+    def setUp(self) -> None:
+        super().setUp()
+        # No installation of this machine counts.
+        self.environment = {
+            **os.environ,
+            "XDG_DATA_HOME": str(self.folder / "absent"),
+            "XDG_DATA_DIRS": str(self.folder / "absent"),
+        }
+        # The program's output beside the library's own lines, which come before it.
+        self.link_lines = r"(Sync status\n\d+\n)*"
+
+    def start_standin(self, *arguments: str) -> subprocess.Popen:
+        standin = Path(SEND).with_name("q7-standin")
+        if not standin.is_file():
+            self.skipTest("q7-standin is not built")
+        ready = self.folder / "ready"
+        process = subprocess.Popen(
+            [standin, "--out", "got", "--ready-file", ready, "--exit-after", "120000", *arguments],
+            cwd=self.folder,
+            stdin=subprocess.DEVNULL,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.PIPE,
+            encoding="utf-8",
+        )
+        self.addCleanup(self.kill, process)
+        while not ready.exists():
+            if process.poll() is not None:
+                self.fail(f"q7-standin ended: {process.communicate()}")
+            time.sleep(0.01)
+        return process
+
+    @staticmethod
+    def kill(process: subprocess.Popen) -> None:
+        """Kindly at first, so that it takes its blocks away."""
+        if process.poll() is None:
+            process.send_signal(signal.SIGINT)
+        try:
+            process.communicate(timeout=60)
+        except subprocess.TimeoutExpired:
+            process.kill()
+            process.communicate()
+
+    def end(self, process: subprocess.Popen) -> None:
+        """Its exit status tells whether all messages were right."""
+        process.send_signal(signal.SIGINT)
+        out, errors = process.communicate(timeout=60)
+        self.assertEqual((process.returncode, errors), (0, ""), out)
+
+    def sent_live(self, form: str, *arguments: str) -> None:
+        run = self.send(*arguments, "--live", env=self.environment)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertRegex(
+            run.stdout,
+            rf"^{self.link_lines}.* triangles -> the renderer \({form}: \d.* of geometry in "
+            r"\d+\.\d{3} s, \d.*B/s\).*\n$",
+        )
+
+    def received(self) -> list[str]:
+        return sorted(f"got/{path.name}" for path in (self.folder / "got").glob("*-model.q7mesh"))
+
+    def words(self) -> list[int]:
+        files = sorted((self.folder / "got").glob("*-sync.json"))
+        return [json.loads(file.read_text("utf-8"))["word"] for file in files]
+
+    def assert_same(self, saved: str, received: str) -> str:
+        command = [INSPECT, "--compare", "--link", saved, received]
+        run = subprocess.run(command, cwd=self.folder, capture_output=True, encoding="utf-8")
+        self.assertEqual(run.returncode, 0, run.stdout + run.stderr)
+        return run.stdout
+
+    def write_mergeable(self) -> str:
+        text = "mtllib m.mtl\n"
+        for x in (0, 10):
+            text += f"o part{x}\n" + "".join(
+                f"v {x + u} {v} 0\n" for u, v in [(0, 0), (1, 0), (1, 1), (0, 1)]
+            )
+            text += "usemtl red\nf -4 -3 -2 -1\n"
+        (self.folder / "m.obj").write_text(text)
+        (self.folder / "m.mtl").write_text("newmtl red\nKd 1 0 0\n")
+        return "m.obj"
+
+    def test_raw_makes_both_passes(self) -> None:
+        standin = self.start_standin()
+        self.sent_live("raw", MODELS / ENGINE, "--stream", "saved.q7mesh", "--materials", "m.xml")
+        self.end(standin)
+        self.assertEqual(self.words(), [11])
+        self.assertEqual(len(self.received()), 2)
+        for model in self.received():
+            self.assert_same("saved.q7mesh", model)
+        self.assertTrue((self.folder / "m.xml").is_file())
+
+    def test_processed_and_group_arrive_merged(self) -> None:
+        for form, word in (("processed", 7), ("group", 8)):
+            with self.subTest(form):
+                shutil.rmtree(self.folder / "got", ignore_errors=True)
+                (self.folder / "ready").unlink(missing_ok=True)
+                standin = self.start_standin()
+                model = self.write_mergeable()
+                self.sent_live(form, model, f"--{form}", "--stream", "saved.q7mesh")
+                self.end(standin)
+                self.assertEqual(self.words(), [word])
+                [received] = self.received()
+                self.assert_same("saved.q7mesh", received)
+                content = self.inspect(received)
+                self.assertEqual([m["name"] for m in content["meshes"]], ["red_q7_merged"])
+                self.assertEqual(content["placedTriangles"], 4)
+
+    def test_generated_material_instances(self) -> None:
+        standin = self.start_standin()
+        model = self.write_mergeable()
+        self.sent_live("raw", model, "--raw", "--gen-materials", "--stream", "saved.q7mesh")
+        self.end(standin)
+        materials = len(self.inspect("saved.q7mesh")["materials"])
+        self.assertEqual(len(self.inspect("saved.q7mesh")["instances"]), 2)
+        for received in self.received():
+            self.assert_same("saved.q7mesh", received)
+            self.assertEqual(len(self.inspect(received)["instances"]), 2 + materials)
+
+    def refused_live(self, *arguments: str) -> str:
+        """Nothing is written, also where a file was asked for."""
+        run = self.send(*arguments, "--live", "--stream", "out.q7mesh", env=self.environment)
+        self.assertEqual(run.returncode, 1, run)
+        self.assertRegex(run.stdout, rf"^{self.link_lines}$")
+        self.assertEqual(len(run.stderr.splitlines()), 1, run.stderr)
+        self.assertFalse((self.folder / "out.q7mesh").exists())
+        self.assertEqual([name for name in self.names() if name.endswith(".tmp")], [])
+        return run.stderr
+
+    def test_no_renderer_and_no_installation(self) -> None:
+        # Takes away what a killed one may have left.
+        self.end(self.start_standin())
+        self.assertEqual(
+            self.refused_live(self.write_square("square.obj")),
+            "q7-send: the renderer: does not run, and no installation of it was found\n",
+        )
+
+    def test_renderer_that_takes_no_link(self) -> None:
+        self.start_standin("--status", "2")
+        self.assertEqual(
+            self.refused_live(self.write_square("square.obj")),
+            "q7-send: the renderer: takes no link\n",
+        )
+
+    def test_renderer_that_refuses_the_plugin_file(self) -> None:
+        self.start_standin("--flag-after-plugin", "1")
+        self.assertEqual(
+            self.refused_live(self.write_square("square.obj")),
+            "q7-send: the renderer: refused the plug-in file\n",
+        )
+
+    def test_renderer_without_a_port(self) -> None:
+        self.start_standin("--port", "65535")
+        error = self.refused_live(self.write_square("square.obj"))
+        self.assertEqual(
+            error, "q7-send: the renderer: has no port, or cannot be connected to\n"
+        )
+
+    def test_renderer_that_refuses_the_scene(self) -> None:
+        self.start_standin("--reply", "2")
+        self.assertEqual(
+            self.refused_live(self.write_square("square.obj")),
+            "q7-send: the renderer: refused the scene with its reply 2\n",
+        )
+
+    def test_renderer_that_gives_no_reply(self) -> None:
+        self.start_standin("--reply", "none")
+        self.assertEqual(
+            self.refused_live(self.write_square("square.obj")),
+            "q7-send: the renderer: gave no answer to the connection, or an unknown one\n",
+        )
+
+    def test_renderer_that_ends_its_link_during_the_send(self) -> None:
+        if not SHARED.is_dir():
+            self.skipTest(f"there is no {SHARED}")
+        # First a renderer that ends well: it takes away what an earlier one may have left.
+        self.end(self.start_standin())
+        status = SHARED / "E35404FC215ED0F65A4EC1CCBB898CC8"
+        port = SHARED / "BD7A725E37C60EEFD473703CF7EC26DD"
+        listener = socket.create_server(("127.0.0.1", 0))
+        listener.settimeout(60)
+        self.addCleanup(listener.close)
+
+        def accept_and_leave() -> None:
+            client, _ = listener.accept()
+            with client:
+                # All of it: closing with bytes unread would take back the reply.
+                stream = client.makefile("rb")
+                _, length = struct.unpack("<II", stream.read(8))
+                stream.read(2 * length)
+                status.write_bytes(struct.pack("<HH", 2, 0))
+                client.sendall(struct.pack("<I", 0))
+
+        blocks = {
+            port: struct.pack("<H", listener.getsockname()[1]),
+            status: struct.pack("<HH", 4, 0),
+        }
+        for block, content in blocks.items():
+            block.write_bytes(content)
+            self.addCleanup(block.unlink)
+        renderer = threading.Thread(target=accept_and_leave)
+        renderer.start()
+        self.addCleanup(renderer.join)
+        self.assertEqual(
+            self.refused_live(self.write_square("square.obj")),
+            "q7-send: the renderer: after the send it was no longer linked (status 2), so the "
+            "scene went nowhere or arrived in part\n",
+        )
 
 
 if __name__ == "__main__":

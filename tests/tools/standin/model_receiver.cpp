@@ -287,6 +287,39 @@ TEST_F(ReceivedModel, RemarksOnContent) {
     }
 }
 
+// A merged mesh counts its floats where others have indices. The header counts those.
+TEST_F(ReceivedModel, MergedMeshes) {
+    Scene scene;
+    scene.materials = {{u"Wall", u"<Material/>"}};
+    scene.instances = {{u"Wall_q7_merged", u"Wall"}};
+    scene.meshes = {{u"Wall_q7_merged",
+                     {0, 0, 0, 1, 0, 0, 0, 1, 0},
+                     {},
+                     {0, 0, 0, 0, 0, 0},
+                     {},
+                     {0, 1, 2, 3, 4, 5, 6, 7, 8}}};
+    scene.header = streamtest::headerText(3);
+    receive(scene);
+    EXPECT_EQ(harness.errorLines(), Lines{});
+    EXPECT_NE(harness.outLines().back().find("1 placed triangle "), std::string::npos);
+    EXPECT_EQ(harness.folder.content("0002-model.q7mesh"), fileOf(scene));
+}
+
+TEST_F(ReceivedModel, ANameAloneMakesNoMergedMesh) {
+    Scene scene;
+    scene.instances = {{u"tri_q7_merged", u"Wall"}};
+    scene.meshes = {{u"tri_q7_merged",
+                     {0, 0, 0, 1, 0, 0, 0, 1, 0},
+                     {},
+                     {0, 0, 0, 0, 0, 0},
+                     {},
+                     {0, 1, 2, 0, 1, 2, 0, 1, 3}}};
+    scene.header = streamtest::headerText(3);
+    receive(scene);
+    ASSERT_EQ(harness.errorLines().size(), 1U);
+    EXPECT_TRUE(harness.errorLines()[0].ends_with("indices[8]: expected less than 3, got 3"));
+}
+
 TEST_F(ReceivedModel, ArraysAreLeftAloneOnRequest) {
     harness.services.checkArrays = false;
     Scene scene;

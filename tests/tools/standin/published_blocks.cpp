@@ -21,7 +21,6 @@ std::optional<std::uint16_t> wordIn(WideView name, std::size_t offset) {
 }
 
 TEST(PublishedBlocks, AreThereAsLongAsTheObject) {
-    EXPECT_FALSE(isStatusPublished());
     {
         auto blocks = PublishedBlocks::publish(51234, 1, 256);
         ASSERT_TRUE(blocks);
@@ -36,6 +35,7 @@ TEST(PublishedBlocks, AreThereAsLongAsTheObject) {
     }
     EXPECT_EQ(wordIn(portBlockName, 0), std::nullopt);
     EXPECT_EQ(wordIn(statusBlockName, 0), std::nullopt);
+    EXPECT_FALSE(isStatusPublished());
 }
 
 TEST(PublishedBlocks, WhatIsThereIsTakenOver) {
