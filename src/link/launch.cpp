@@ -12,10 +12,8 @@
 
 namespace {
 
-using std::chrono_literals::operator""ms;
-
-constexpr auto pollInterval = 300ms;
-constexpr auto retryInterval = 3000ms;
+constexpr auto pollInterval = std::chrono::milliseconds(300);
+constexpr auto retryInterval = std::chrono::milliseconds(3000);
 constexpr int triesForTheBlock = 16;
 
 void waitABit() {

@@ -56,6 +56,16 @@ std::vector<const Mesh*> referencedMeshes(const Model& model) {
     return meshes;
 }
 
+void sendCount(std::size_t count) {
+    SendWord(renderSocket(), static_cast<std::uint32_t>(count));
+}
+
+// The renderer has read the block. What it says, and whether it says anything, is not looked at.
+void acknowledge() {
+    std::uint32_t ignored = 0;
+    ReceiveWord(renderSocket(), ignored);
+}
+
 // One exchange: every step starts at the block's base again.
 class Exchange {
   public:
@@ -74,16 +84,6 @@ class Exchange {
         acknowledge();
     }
 
-    static void sendCount(std::size_t count) {
-        SendWord(renderSocket(), static_cast<std::uint32_t>(count));
-    }
-
-    // The renderer has read the block. What it says, and whether it says anything, is not looked at.
-    static void acknowledge() {
-        std::uint32_t ignored = 0;
-        ReceiveWord(renderSocket(), ignored);
-    }
-
   private:
     std::span<std::byte> block_;
     std::span<std::byte> cursor_;
@@ -95,8 +95,8 @@ void sendMesh(Exchange& exchange, const Mesh& mesh) {
     exchange.sendArray(mesh.normals);
     exchange.sendArray(mesh.uvs);
     // Colours do not travel over the link; their place does.
-    exchange.sendCount(0);
-    exchange.acknowledge();
+    sendCount(0);
+    acknowledge();
     exchange.sendArray(mesh.indices);
 }
 
@@ -109,17 +109,17 @@ void sendModel(Exchange& exchange, const Model& model, const StreamSettings& set
     for (const auto& [name, material] : model.materials) {
         Q7Sync::writeMaterial(*material, materials);
     }
-    exchange.sendCount(model.materials.size());
-    exchange.acknowledge();
+    sendCount(model.materials.size());
+    acknowledge();
 
     const ByteWriter instances = exchange.fromBase();
     for (const auto& instance : model.instances)
         Q7Sync::writeInstance(*instance, instances);
-    exchange.sendCount(model.instances.size());
-    exchange.acknowledge();
+    sendCount(model.instances.size());
+    acknowledge();
 
     const std::vector<const Mesh*> meshes = referencedMeshes(model);
-    exchange.sendCount(meshes.size());
+    sendCount(meshes.size());
     for (const Mesh* mesh : meshes)
         sendMesh(exchange, *mesh);
 }
@@ -145,7 +145,7 @@ std::uint32_t modelBlockSize(const Model& model) {
 void sendModelRaw(const Model& model, const StreamSettings& settings, std::span<std::byte> block) {
     Exchange exchange(block);
     sendModel(exchange, model, settings);
-    exchange.acknowledge();
+    acknowledge();
 }
 
 void sendModelWithPaths(const Model& model, const StreamSettings& settings,
@@ -153,9 +153,9 @@ void sendModelWithPaths(const Model& model, const StreamSettings& settings,
     Exchange exchange(block);
     sendModel(exchange, model, settings);
     Q7Sync::writeWideString(instancePathsJson(model), exchange.fromBase());
-    exchange.sendCount(1);
-    exchange.acknowledge();
-    exchange.acknowledge();
+    sendCount(1);
+    acknowledge();
+    acknowledge();
 }
 
 void sendThroughBlock(const Model& model, const StreamSettings& settings, LinkForm form) {

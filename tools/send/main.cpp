@@ -12,9 +12,11 @@
 #include "common/files.h"
 #include "common/text_output.h"
 #include "platform/command_line.h"
+#include "platform/executable_path.h"
 #include "platform/standard_streams.h"
 #include "platform/terminal.h"
 #include "send/crash_guard.h"
+#include "send/live.h"
 #include "send/mesh_vertices.h"
 #include "send/options.h"
 #include "send/output_file.h"
@@ -84,6 +86,12 @@ Scene readGuarded(const fs::path& model, const ProgressFunction& progress) {
     return readScene(model, progress);
 }
 
+std::optional<Delivery> deliver(SceneSender& sender, const Options& options) {
+    if (!options.live) return std::nullopt;
+    linkRenderer(platform::executablePath());
+    return Delivery{*options.live, sender.sendLive(*options.live, options.genMaterials)};
+}
+
 std::string send(const Options& options) {
     Outputs outputs(options);
     // A stream of its own, since std::cerr is mute while Assimp reads.
@@ -98,12 +106,15 @@ std::string send(const Options& options) {
     auto sender = std::make_unique<SceneSender>();
     const SendTotals totals = sender->describe(scene, Q7_SEND_VERSION, showing("Describing"));
     scene.meshes.clear();
+    // The library prints while it links.
+    bar.clear();
+    const std::optional<Delivery> delivery = deliver(*sender, options);
     bar.show("Writing", 0);
     outputs.save(*sender);
     sender.reset();
     bar.show("Checking", 1);
     const std::vector<WrittenFile> files = outputs.verifyAndCommit(totals);
-    return notes(scene, totals) + closingLine(options.model, totals, files);
+    return notes(scene, totals) + closingLine(options.model, totals, delivery, files);
 }
 
 int run(const Options& options) {
@@ -113,6 +124,8 @@ int run(const Options& options) {
         return 0;
     } catch (const q7tools::FileError& error) {
         return fail(exitFailure, error.file(), error.what());
+    } catch (const RendererError& error) {
+        return fail(exitFailure, "the renderer", error.what());
     } catch (const std::bad_alloc&) {
         return fail(exitFailure, model, "needs more memory than there is");
     } catch (const std::exception& error) {

@@ -12,8 +12,9 @@ namespace q7send {
 namespace {
 
 constexpr char description[] =
-    "Hands a 3D file to the Q7Plugin library, as a plug-in hands over its scene, and writes what\n"
-    "the library makes of it. Reads every kind of file that Assimp reads: glTF, FBX, COLLADA, "
+    "Hands a 3D file to the Q7Plugin library, as a plug-in hands over its scene, and sends what\n"
+    "the library makes of it to the renderer, or writes it. Reads every kind of file that Assimp "
+    "reads: glTF, FBX, COLLADA, "
     "OBJ,\n"
     "STL, PLY, 3DS, IFC and many more.";
 
@@ -27,6 +28,14 @@ constexpr char guide[] = R"text(Examples:
   q7-send engine.glb --processed --stream engine.q7mesh
       The scene with fewer meshes: those of one material that are placed once become one.
 
+  q7-send engine.glb --live
+      The whole scene to the renderer, which is started when it does not run. To try it without
+      one, start q7-standin first.
+
+  q7-send engine.glb --live --processed --gen-materials
+      Merged, and with an instance for each material, so that the renderer also learns of those
+      that nothing uses.
+
   q7-send car.fbx --stream out/car.q7mesh --materials out/car.xml
       Both. The folder "out" must exist; files that are there are replaced.
 
@@ -38,6 +47,11 @@ What becomes of the scene:
   out. With --processed, triangles share vertices only in meshes of several nodes, since merging drops
   the indices; the meshes that were merged stay in the stream, without instances.
 
+With --live the library prints what it does while it starts the renderer and links to it. That lasts
+as long as the renderer needs. --group opens the connection for a group of models; they are merged, as
+with --processed. A renderer that unlinks or ends while the scene goes to it shows afterwards; a
+connection that breaks does not show while the renderer stays linked.
+
 Materials are of type 0 and have these properties, as far as the file tells them:
 )text";
 
@@ -45,8 +59,8 @@ constexpr char closing[] = R"(
 Texture files are looked for in the model's folder; those that are not found keep the path that the
 file gives.
 
-Exit status: 0 when all was written, 1 when a file cannot be read or written, 2 when the command line
-is wrong. A run that fails leaves all files as they were.
+Exit status: 0 when all was written and sent, 1 when a file cannot be read or written or the renderer
+did not take the scene, 2 when the command line is wrong. A run that fails leaves all files as they were.
 )";
 
 std::string footer() {
@@ -64,6 +78,43 @@ std::optional<std::filesystem::path> optionalPath(const std::string& text) {
     return q7tools::pathFromUtf8(text);
 }
 
+struct Chosen {
+    bool live = false;
+    bool raw = false;
+    bool processed = false;
+    bool group = false;
+    bool genMaterials = false;
+};
+
+void addForms(CLI::App& app, Chosen& chosen) {
+    app.add_flag("--live", chosen.live, "Send the scene to the renderer");
+    app.add_flag("--raw", chosen.raw, "As it is, which is the default");
+    app.add_flag("--processed", chosen.processed, "Merged, to the renderer and into the stream");
+    app.add_flag("--group", chosen.group, "With --live: merged, as one of a group of models");
+    app.add_flag("--gen-materials", chosen.genMaterials,
+                 "With --live: an instance for each material too");
+}
+
+// What is wrong with the choice, or nothing.
+std::string faultOf(const Chosen& chosen, bool hasStream) {
+    if (int{chosen.raw} + int{chosen.processed} + int{chosen.group} > 1) {
+        return "--raw, --processed and --group exclude each other";
+    }
+    if (chosen.live) return {};
+    if (chosen.group) return "--group is of use with --live only";
+    if (chosen.genMaterials) return "--gen-materials is of use with --live only";
+    if (hasStream) return {};
+    if (chosen.raw) return "--raw is of use with --live or --stream only";
+    if (chosen.processed) return "--processed is of use with --live or --stream only";
+    return {};
+}
+
+std::optional<LiveForm> liveFormOf(const Chosen& chosen) {
+    if (!chosen.live) return std::nullopt;
+    if (chosen.group) return LiveForm::group;
+    return chosen.processed ? LiveForm::processed : LiveForm::raw;
+}
+
 }  // namespace
 
 std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string> arguments,
@@ -72,11 +123,11 @@ std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string
     std::string model;
     std::string stream;
     std::string materials;
+    Chosen chosen;
     app.add_option("MODEL", model, "The 3D file to read")->required()->type_name("");
     app.add_option("--stream", stream, "Write the scene as a model stream")
         ->type_name("OUT.q7mesh");
-    bool processed = false;
-    app.add_flag("--processed", processed, "Write the stream in its merged form");
+    addForms(app, chosen);
     app.add_option("--materials", materials, "Write the list of materials")->type_name("OUT.xml");
     app.set_version_flag("--version", "q7-send " + version, "Print the version and exit");
     app.set_help_flag("--help,-h", "Print this help and exit");
@@ -94,12 +145,17 @@ std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string
         return UsageError{singleLine(error.what())};
     }
     if (model.empty()) return UsageError{"MODEL is empty"};
-    if (stream.empty() && materials.empty()) {
-        return UsageError{"nothing to write: give --stream, --materials or both"};
+    if (stream.empty() && materials.empty() && !chosen.live) {
+        return UsageError{"nothing to do: give --live, --stream or --materials"};
     }
-    if (processed && stream.empty()) return UsageError{"--processed is of use with --stream only"};
-    Options options{q7tools::pathFromUtf8(model), optionalPath(stream),
-                    processed ? StreamForm::processed : StreamForm::raw, optionalPath(materials)};
+    const std::string fault = faultOf(chosen, !stream.empty());
+    if (!fault.empty()) return UsageError{fault};
+    Options options{q7tools::pathFromUtf8(model),
+                    optionalPath(stream),
+                    chosen.processed || chosen.group ? StreamForm::processed : StreamForm::raw,
+                    optionalPath(materials),
+                    liveFormOf(chosen),
+                    chosen.genMaterials};
     if (options.stream && options.materials &&
         options.stream->lexically_normal() == options.materials->lexically_normal()) {
         return UsageError{"--stream and --materials name the same file"};

@@ -16,6 +16,8 @@ struct Options {
     std::optional<std::filesystem::path> stream;
     StreamForm form = StreamForm::raw;
     std::optional<std::filesystem::path> materials;
+    std::optional<LiveForm> live;
+    bool genMaterials = false;
 };
 
 // The text that was asked for instead of work.

@@ -1,6 +1,7 @@
 #include "send/report.h"
 
 #include <array>
+#include <charconv>
 
 #include "common/files.h"
 #include "common/text_output.h"
@@ -13,6 +14,24 @@ namespace {
 
 std::string note(const std::string& text) {
     return "note: " + text + '\n';
+}
+
+std::string fixed(double value, int digits) {
+    std::array<char, 64> text{};
+    const auto end = std::to_chars(text.data(), text.data() + text.size(), value,
+                                   std::chars_format::fixed, digits)
+                         .ptr;
+    return {text.data(), end};
+}
+
+std::string deliveryText(const Delivery& delivery, std::uint64_t bytes) {
+    std::string text = std::string("the renderer (") + nameOf(delivery.form) + ": " +
+                       sizeText(bytes) + " of geometry in " + fixed(delivery.seconds, 3) + " s";
+    if (delivery.seconds > 0) {
+        const double speed = static_cast<double>(bytes) / delivery.seconds;
+        text += ", " + sizeText(static_cast<std::uintmax_t>(speed)) + "/s";
+    }
+    return text + ')';
 }
 
 std::string pathName(const std::filesystem::path& path) {
@@ -54,12 +73,17 @@ std::string notes(const Scene& scene, const SendTotals& totals) {
 }
 
 std::string closingLine(const std::filesystem::path& model, const SendTotals& totals,
+                        const std::optional<Delivery>& delivery,
                         const std::vector<WrittenFile>& files) {
     std::string line = pathName(model) + ": " + counted(totals.nodes, "node", "nodes") + " (" +
                        counted(totals.duplicates, "duplicate", "duplicates") + "), " +
                        counted(totals.materials, "material", "materials") + ", " +
                        counted(totals.triangles, "triangle", "triangles");
     const char* separator = " -> ";
+    if (delivery) {
+        line += separator + deliveryText(*delivery, totals.geometryBytes);
+        separator = ", ";
+    }
     for (const WrittenFile& file : files) {
         line += separator + pathName(file.path) + " (" + sizeText(file.size) + ')';
         separator = ", ";

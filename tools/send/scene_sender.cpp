@@ -7,6 +7,7 @@
 
 #include "common/files.h"
 #include "q7plugin.h"
+#include "send/host_text.h"
 #include "send/mesh_sharing.h"
 #include "send/scene_names.h"
 
@@ -14,22 +15,17 @@ namespace q7send {
 
 namespace {
 
-// Text as the exports take it: wchar_t has the same 16 bits on Windows, but is a type of its own.
-class HostText {
-  public:
-    explicit HostText(WideView text) : text_(text.begin(), text.end()) {}
-    operator const Q7Char*() const { return text_.c_str(); }
-
-  private:
-    std::basic_string<Q7Char> text_;
-};
-
 WideString wide(const std::filesystem::path& path) {
     return utf8ToWide(q7tools::pathToUtf8(path));
 }
 
 const float* orNull(const std::vector<float>& values) {
     return values.empty() ? nullptr : values.data();
+}
+
+std::uint64_t geometryBytes(const SceneMesh& mesh) {
+    const std::size_t floats = mesh.positions.size() + mesh.normals.size() + mesh.uvs.size();
+    return floats * sizeof(float) + mesh.indices.size() * sizeof(int);
 }
 
 class SceneDescription {
@@ -115,6 +111,7 @@ class SceneDescription {
     }
 
     void addMesh(const SceneMesh& mesh, std::size_t firstVertex) {
+        totals_.geometryBytes += geometryBytes(mesh);
         const int* indices = mesh.indices.data();
         if (firstVertex > 0) {
             const int offset = static_cast<int>(firstVertex);
@@ -174,6 +171,10 @@ SendTotals SceneSender::describe(const Scene& scene, std::string_view programVer
 void SceneSender::saveStream(const std::filesystem::path& path, StreamForm form) {
     const auto save = form == StreamForm::raw ? Q7SaveRawToFile : Q7SaveProcessedToFile;
     save(session_, HostText(wide(path)));
+}
+
+double SceneSender::sendLive(LiveForm form, bool genMaterials) {
+    return q7send::sendLive(session_, form, genMaterials);
 }
 
 void SceneSender::saveMaterials(const std::filesystem::path& path) {

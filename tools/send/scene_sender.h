@@ -6,6 +6,7 @@
 #include <functional>
 #include <string_view>
 
+#include "send/live.h"
 #include "send/scene.h"
 
 namespace q7send {
@@ -19,7 +20,8 @@ struct SendTotals {
     std::size_t duplicates = 0;  // nodes that repeat another one's geometry
     std::size_t materials = 0;
     std::size_t instances = 0;
-    std::uint64_t triangles = 0;  // of all nodes
+    std::uint64_t triangles = 0;      // of all nodes
+    std::uint64_t geometryBytes = 0;  // of the arrays that were handed over
 };
 
 // A session of the library.
@@ -38,6 +40,9 @@ class SceneSender {
     // The library tells nothing of files that it cannot write: see verify.h.
     void saveStream(const std::filesystem::path& path, StreamForm form);
     void saveMaterials(const std::filesystem::path& path);
+
+    // Sends to the renderer that is linked: see live.h.
+    double sendLive(LiveForm form, bool genMaterials);
 
   private:
     void* session_;

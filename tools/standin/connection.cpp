@@ -281,10 +281,11 @@ void serveMessage(Connection& connection) {
 
 void reportFaults(MessageLog& log, Place place, std::uint64_t offset, const std::string& field,
                   const JsonFaults& faults) {
+    const std::string start = field + ": ";
     for (const std::string& error : faults.errors)
-        log.protocolError(place, offset, field + ": " + error);
+        log.protocolError(place, offset, start + error);
     for (const std::string& remark : faults.remarks)
-        log.remark(place, offset, field + ": " + remark);
+        log.remark(place, offset, start + remark);
 }
 
 std::string serveConnection(Connection& connection) {

@@ -8,6 +8,7 @@
 
 #include "common/files.h"
 #include "common/text_output.h"
+#include "platform/ansi_text.h"
 #include "platform/command_line.h"
 #include "platform/executable_path.h"
 #include "platform/interrupts.h"
@@ -15,6 +16,7 @@
 #include "platform/terminal.h"
 #include "standin/options.h"
 #include "standin/renderer.h"
+#include "support/text.h"
 
 namespace {
 
@@ -38,7 +40,10 @@ std::vector<std::string> launchOptions() {
         const auto bytes = q7tools::readWholeFile(file);
         add(std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size()));
     }
-    if (const char* text = std::getenv("Q7_STANDIN_OPTIONS")) add(text);
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread runs yet.
+    if (const char* text = std::getenv("Q7_STANDIN_OPTIONS")) {
+        add(wideToUtf8(platform::ansiToWide(text)));
+    }
     return options;
 }
 

@@ -38,9 +38,9 @@ class MessageLog {
     void beginConnection(std::uint64_t number);
     void commandArrived(std::uint32_t word) { word_ = word; }
     // A breach of the protocol. The rest of a flood of them on one connection is only counted.
-    void protocolError(Place place, std::uint64_t offset, const std::string& fault);
+    void protocolError(Place place, std::uint64_t offset, const std::string& text);
     // Something in what the host handed over that a renderer could stumble over.
-    void remark(Place place, std::uint64_t offset, const std::string& fault);
+    void remark(Place place, std::uint64_t offset, const std::string& text);
 
     std::uint64_t messageCount() const { return messages_; }
     std::uint64_t protocolErrorCount() const { return protocolErrors_; }

@@ -99,7 +99,7 @@ std::string MessageStore::keep(std::string_view kind, std::string_view extension
 std::string MessageStore::keepBeside(std::string_view kind, std::string_view extension,
                                      std::string_view content) {
     if (!folder_) return {};
-    const std::string name = nameOf(kind, extension);
+    std::string name = nameOf(kind, extension);
     q7tools::writeWholeFile(pathOf(name), content);
     return name;
 }
@@ -107,7 +107,7 @@ std::string MessageStore::keepBeside(std::string_view kind, std::string_view ext
 std::string MessageStore::commit(KeptFile& file, std::string_view kind,
                                  std::string_view extension) {
     ++number_;
-    const std::string name = nameOf(kind, extension);
+    std::string name = nameOf(kind, extension);
     file.renameTo(pathOf(name));
     return name;
 }

@@ -38,6 +38,13 @@ std::span<const std::byte> readRecords(std::span<const std::byte> view, std::uin
     return view.first(static_cast<std::size_t>(cursor.offset()));
 }
 
+// Unsigned, so that a negative index is too big as well.
+std::uint32_t indexAt(std::span<const std::byte> indices, std::size_t place) {
+    std::uint32_t index = 0;
+    std::memcpy(&index, indices.data() + place * elementSize, elementSize);
+    return index;
+}
+
 }  // namespace
 
 ModelReceiver::ModelReceiver(Connection& connection, std::uint32_t connectWord, Form form)
@@ -156,9 +163,11 @@ void ModelReceiver::receiveMesh() {
     receiveColors(mesh);
     const Array indices = receiveArray("indices");
     checkCounts(mesh, positions, normals, uvs);
-    checkIndices(mesh, positions, indices);
-    if (const auto use = meshes_.find(name); use != meshes_.end()) {
-        placedTriangles_ += use->second.instances * (indices.count / 3);
+    if (isMerged(name, positions, indices)) {
+        countTriangles(name, indices, positions.count / 9);
+    } else {
+        countTriangles(name, indices, indices.count / 3);
+        checkIndices(mesh, positions, indices);
     }
     acknowledge("the indices");
 }
@@ -304,9 +313,7 @@ void ModelReceiver::checkIndices(const std::string& mesh, const Array& positions
     if (!services_.checkArrays) return;
     const std::uint32_t vertices = positions.count / 3;
     for (std::size_t i = 0; i < indices.count; ++i) {
-        // Read as unsigned, so that a negative index is too big as well.
-        std::uint32_t index = 0;
-        std::memcpy(&index, indices.bytes.data() + i * elementSize, elementSize);
+        const std::uint32_t index = indexAt(indices.bytes, i);
         if (index < vertices) continue;
         services_.log.remark(
             Place::Block, i * elementSize,
@@ -315,6 +322,27 @@ void ModelReceiver::checkIndices(const std::string& mesh, const Array& positions
                       std::to_string(static_cast<std::int32_t>(index))));
         return;
     }
+}
+
+// Merged meshes have the running list in the place of indices, one entry for each float of the
+// positions, and their vertices are triangles.
+bool ModelReceiver::isMerged(WideView mesh, const Array& positions, const Array& indices) const {
+    if (!mesh.ends_with(q7tools::mergedMeshSuffix) || indices.count != positions.count) {
+        return false;
+    }
+    if (!services_.checkArrays) return true;
+    for (std::uint32_t i = 0; i < indices.count; ++i) {
+        if (indexAt(indices.bytes, i) != i) return false;
+    }
+    return true;
+}
+
+void ModelReceiver::countTriangles(const WideString& mesh, const Array& indices,
+                                   std::uint64_t triangles) {
+    const auto use = meshes_.find(mesh);
+    if (use == meshes_.end()) return;
+    placedTriangles_ += use->second.instances * triangles;
+    countedTriangles_ += use->second.instances * (indices.count / 3);
 }
 
 void ModelReceiver::checkWhole() {
@@ -326,9 +354,9 @@ void ModelReceiver::checkWhole() {
                                       ", but was not sent");
         }
     }
-    if (announcedTriangles_ && *announcedTriangles_ != placedTriangles_) {
+    if (announcedTriangles_ && *announcedTriangles_ != countedTriangles_) {
         protocolError(headerOffset_, "header: " + fault("\"triangleCount\"",
-                                                        std::to_string(placedTriangles_) +
+                                                        std::to_string(countedTriangles_) +
                                                             ", as many as the instances place",
                                                         std::to_string(*announcedTriangles_)));
     }

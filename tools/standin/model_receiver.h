@@ -60,6 +60,8 @@ class ModelReceiver {
     void checkCounts(const std::string& mesh, const Array& positions, const Array& normals,
                      const Array& uvs);
     void checkIndices(const std::string& mesh, const Array& positions, const Array& indices);
+    bool isMerged(WideView mesh, const Array& positions, const Array& indices) const;
+    void countTriangles(const WideString& mesh, const Array& indices, std::uint64_t triangles);
     void checkWhole();
 
     void openBlock();
@@ -88,7 +90,8 @@ class ModelReceiver {
     std::vector<const WideString*> materialOfInstance_;
     std::unordered_map<WideString, MeshUse> meshes_;
     std::uint32_t meshCount_ = 0;
-    std::uint64_t placedTriangles_ = 0;
+    std::uint64_t countedTriangles_ = 0;  // as the header counts them
+    std::uint64_t placedTriangles_ = 0;   // as they are to be drawn
     WideString paths_;
     std::string fileName_;
 };

@@ -52,6 +52,11 @@ Exit status:
   3  ended by --die-at-ack or --die-at-word
 )text";
 
+// Without the name that it puts into the help.
+CLI::Validator notNegative() {
+    return CLI::Validator(CLI::NonNegativeNumber).description("");
+}
+
 // A number of 32 bits, negative ones included, or "none".
 std::optional<std::uint32_t> answerOf(const std::string& text) {
     if (text == "none") return std::nullopt;
@@ -97,8 +102,9 @@ void addOutput(CLI::App& app, Options& options) {
                  "Write every byte that was received and sent, and the used bytes of the block, as "
                  "text");
     app.add_flag("--quiet,-q", options.quiet, "Say only what is wrong, and the closing line");
-    app.add_flag("!--unchecked", options.checkArrays,
-                 "Do not look into the arrays of meshes: for measuring");
+    app.add_flag_callback(
+        "--unchecked", [&options] { options.checkArrays = false; },
+        "Do not look into the arrays of meshes: for measuring");
     optionalPath(app, "--ready-file", "FILE", options.readyFile,
                  "Write the port into this file as soon as the renderer is up");
 }
@@ -108,7 +114,7 @@ void addLifetime(CLI::App& app, Options& options) {
     app.add_option("--messages", options.messages, "End after so many connections")->type_name("N");
     app.add_option("--exit-after", options.exitAfter, "End after so many milliseconds")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(notNegative());
 }
 
 void addPublication(CLI::App& app, Publication& publication) {
@@ -124,7 +130,7 @@ void addPublication(CLI::App& app, Publication& publication) {
            "Raise the flag when the plug-in file has come");
     number("--port", publication.port, "Publish this port and do not listen");
     const auto delay = [&app](const std::string& name, int& value, const std::string& help) {
-        app.add_option(name, value, help)->type_name("MS")->check(CLI::NonNegativeNumber);
+        app.add_option(name, value, help)->type_name("MS")->check(notNegative());
     };
     delay("--startup-delay", publication.startupDelay, "Publish nothing for so long");
     delay("--status-delay", publication.statusDelay, "Then publish the status 0 for so long");
@@ -156,7 +162,7 @@ void addAnswers(CLI::App& app, Options& options) {
                    "How long to wait for instance paths before taking a model for one of the plain "
                    "form, 5000 if not given")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(notNegative());
 }
 
 void addMisbehaviour(CLI::App& app, Misbehaviour& misbehaviour) {
@@ -176,7 +182,7 @@ void addMisbehaviour(CLI::App& app, Misbehaviour& misbehaviour) {
     app.add_option("--delay-ack", misbehaviour.acknowledgementDelay,
                    "Wait so long before each acknowledgement")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber);
+        ->check(notNegative());
     app.add_flag("--pieces", misbehaviour.inPieces, "Send every answer byte by byte");
     app.add_flag("--abort", misbehaviour.withReset, "Reset the connection where it is closed");
 }
