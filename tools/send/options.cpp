@@ -13,10 +13,8 @@ namespace {
 
 constexpr char description[] =
     "Hands a 3D file to the Q7Plugin library, as a plug-in hands over its scene, and sends what\n"
-    "the library makes of it to the renderer, or writes it. Reads every kind of file that Assimp "
-    "reads: glTF, FBX, COLLADA, "
-    "OBJ,\n"
-    "STL, PLY, 3DS, IFC and many more.";
+    "the library makes of it to the renderer, or writes it. Reads every kind of file that Assimp\n"
+    "reads: glTF, FBX, COLLADA, OBJ, STL, PLY, 3DS, IFC and many more.";
 
 constexpr char guide[] = R"text(Examples:
   q7-send engine.glb --stream engine.q7mesh

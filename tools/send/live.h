@@ -1,0 +1,36 @@
+// The way to a running renderer, through the exported functions alone.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+namespace q7send {
+
+// By which connect function the scene goes. A group's models travel merged: its connection takes the
+// plain form alone, of which a raw send to a new renderer is not.
+enum class LiveForm { raw, processed, group };
+
+const char* nameOf(LiveForm form);
+
+// The renderer did not take the scene: the reason, in one line.
+class RendererError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// What the results of StartLinkQ7Render and of the connect functions mean; empty for 0.
+std::string linkFault(std::uint32_t result);
+std::string connectFault(std::int32_t result);
+
+// Starts the renderer when there is none, and waits until it is linked. Throws RendererError.
+void linkRenderer(const std::filesystem::path& pluginFile);
+
+// Connects, sends what the session holds, and disconnects. Gives the seconds that the send took.
+// Throws RendererError, also when the renderer is not linked any more afterwards: the library counts
+// one that cannot be reached as connected. It tells nothing of a broken connection, so one to a
+// renderer that shows itself as linked goes unnoticed.
+double sendLive(void* session, LiveForm form, bool genMaterials);
+
+}  // namespace q7send
