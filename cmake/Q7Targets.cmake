@@ -29,7 +29,7 @@ endif()
 find_package(Threads REQUIRED)
 target_link_libraries(q7_flags INTERFACE Threads::Threads)
 
-# q7_program(NAME sources...): an executable in bin/, with the DLL beside it where there is one.
+# q7_program(NAME sources...): an executable in bin/.
 function(q7_program name)
   add_executable(${name} ${ARGN})
   target_link_libraries(${name} PRIVATE q7_flags)
@@ -38,7 +38,8 @@ function(q7_program name)
     BUILD_RPATH_USE_ORIGIN ON)
 endfunction()
 
-# q7_host(NAME sources...): a program that uses the library only through the public header.
+# q7_host(NAME sources...): a program that uses the library only through the public header; on Windows
+# the DLL is put beside it.
 function(q7_host name)
   q7_program(${name} ${ARGN})
   target_link_libraries(${name} PRIVATE Q7Plugin)

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <array>
+#include <filesystem>
+#include <initializer_list>
+#include <span>
 #include <string>
 #include <vector>
 

@@ -2,7 +2,7 @@
 //
 //   obj_host MODEL.obj OUT.q7mesh
 //
-// It uses the public header and the standard library only, so it can be copied as the start of a
+// Of this project it uses the public header only, so it can be copied as the start of a
 // plug-in. What a real host adds: indexed triangles, duplicates of nodes, the file it belongs to.
 #define TINYOBJLOADER_IMPLEMENTATION
 #include <tiny_obj_loader.h>

@@ -1,5 +1,3 @@
-#include <cstring>
-
 #include "api/convert.h"
 #include "link/launch.h"
 #include "link/link_state.h"

@@ -176,6 +176,9 @@ Q7_API uint8_t SetQ7RenderPath(const Q7Char* path);
 /** Links to the renderer: starts it when it does not run, waits until it is ready, hands it the
  *  plug-in's file and waits until it says that it is linked. Needs no session.
  *
+ *  The version is that of the registered installation, also where SetQ7RenderPath named another one,
+ *  and it is compared with 1.7.1 as a text: 1.10.0 is refused.
+ *
  *  pluginFile: the file handed over; also the launcher's parameter, unquoted, so that a path with
  *              blanks reaches the launcher as several arguments
  *
@@ -227,7 +230,7 @@ Q7_API ConnectRet Q7ProcessedSyncConnect(void* session);
 #ifdef __cplusplus
 } /* extern "C" */
 
-/** Opens the connection for a group of models. C++ only.
+/** Opens the connection for a group of models, which Q7SendProcessed sends. C++ only.
  *
  *  Returns a ConnectRet, as Q7RawSyncConnect does. */
 Q7_API ConnectRet Q7GroupSyncConnect(void* session)
@@ -256,12 +259,14 @@ Q7_API uint8_t HasConnected(void* session);
 Q7_API int32_t GetSendModelType(void* session, const Q7Char* name);
 
 /** Sends the model as it stands over the open connection. Instances of deleted nodes leave the model
- *  first, and meshes that no instance uses afterwards. Instances whose transform is sheared or scales
+ *  first; afterwards all meshes without an instance leave it, those of AddMesh too. Instances whose transform is sheared or scales
  *  beyond 0.001 to 100 travel as meshes of their own, already transformed.
  *
  *  Mesh names that begin with "@q7fix@", and "@g@m@q7_", are the library's own: a host's mesh that
  *  takes one of the first keeps an instance from being transformed, one of the second is overwritten.
- *  A renderer of version 2.4 or later gets the model twice in a row, first with the instance paths.
+ *  A renderer of version 2.4 or later, or of a version that cannot be read, gets the model twice in a
+ *  row, first with the instance paths. On a connection that Q7RawSyncConnect did not open the renderer
+ *  may wait for something else and block the caller for good.
  *  Nothing is sent of a model without instances. Throws as Q7RawSyncConnect does.
  *  Cost: each mesh takes five round trips to the renderer; a renderer that does not answer blocks the
  *  caller. */
@@ -311,7 +316,8 @@ extern "C" {
  *  Nothing happens when the name belongs to a typed material (Q7AddMaterial). */
 Q7_API void AddMaterial(void* session, const Q7Char* materialName, const Q7Char* xml);
 
-/** Appends a record to the session's list of legacy scenes; names may repeat.
+/** Appends a record to the session's list of legacy scenes; names may repeat. The list is kept; no
+ *  function sends it yet.
  *
  *  name, label: text of the record
  *  sceneData:   36 bytes, copied and passed on as they are; not null
@@ -515,7 +521,7 @@ Q7_API void SaveToFile(void* session, const Q7Char* path);
  *  were joined stay in the file, without instances. When the arrays of a material's meshes do not fit
  *  each other (some have normals and some have none), their instances are not in the file.
  *  The merged mesh has one index for each float of its positions, so "triangleCount" in the header
- *  counts its points.
+ *  counts its points. A mesh that already has the merged name takes the merged mesh's place.
  *
  *  Nothing happens when the file cannot be opened for writing; a full disk leaves a short file and
  *  is not reported.

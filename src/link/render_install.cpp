@@ -98,6 +98,7 @@ bool IsInstalledVersionUsable() {
 bool IsVersionAtLeast(WideView version, WideView wanted) {
     const std::vector<WideView> parts = partsOf(version);
     const std::vector<WideView> wantedParts = partsOf(wanted);
+    // Characters on one side and parts on the other: renderers have always been told apart so.
     const std::size_t passes = std::min(version.size(), wantedParts.size());
     for (std::size_t i = 0; i < passes; ++i) {
         const std::int32_t part = i < parts.size() ? numberOf(parts[i]) : 0;

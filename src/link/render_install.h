@@ -25,7 +25,8 @@ WideString ReadInstalledVersion();
 bool IsInstalledVersionUsable();
 
 // Compares dotted versions by number, part by part, over the parts of the wanted one. An empty version
-// passes; a part that is missing counts as 0. Throws std::invalid_argument "invalid stoi argument"
+// passes; a part that is missing counts as 0, but a version of one character is compared in its first
+// part only. Throws std::invalid_argument "invalid stoi argument"
 // and std::out_of_range "stoi argument out of range".
 bool IsVersionAtLeast(WideView version, WideView wanted);
 

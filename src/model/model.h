@@ -17,7 +17,7 @@ class Q7Material;
 using Transform = std::array<float, 16>;
 inline constexpr Transform identityTransform = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
 
-// The address of an instance, which is what the host knows it by.
+// The address of an instance, which is what nodes know it by.
 using InstanceHandle = std::uint64_t;
 
 // What an instance of a nameless material is made of; an ordinary material otherwise.

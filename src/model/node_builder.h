@@ -48,7 +48,7 @@ class NodeBuilder {
     const float* transform = nullptr;
     // By material name. They join the model when the node ends.
     HashMap<WideString, std::shared_ptr<Mesh>> subMeshes;
-    // Every node that was begun and not removed. The handle 0 stands for an instance that could not
+    // Every node that was begun or made by duplication, and not removed. The handle 0 stands for an instance that could not
     // be made.
     HashMap<WideString, std::vector<InstanceHandle>> nodeInstances;
     // Triangles to expect in each sub-mesh of the open node.

@@ -32,8 +32,8 @@ void setTimeouts(SocketHandle socket);
 // Sends small writes at once, without waiting for the acknowledgement of those before.
 void sendWithoutDelay(SocketHandle socket);
 
-// One call of the system's send or recv each: the number of bytes it took or gave, 0 when the peer
-// has closed (receive), negative on failure. An interrupted call is made again.
+// The number of bytes that were taken, all of them, or given by one call of the system's recv; 0 when
+// the peer has closed (receive), negative on failure. An interrupted call is made again.
 std::ptrdiff_t sendBytes(SocketHandle socket, const void* data, std::size_t size);
 std::ptrdiff_t receiveBytes(SocketHandle socket, void* data, std::size_t size);
 

@@ -37,6 +37,15 @@ static int fail(const char* what) {
     return 1;
 }
 
+_Static_assert(CoordOrder_XYZ == 0 && CoordOrder_XZY == 1 && CoordOrder_YXZ == 2 &&
+                   CoordOrder_YZX == 3 && CoordOrder_ZXY == 4 && CoordOrder_ZYX == 5 &&
+                   sizeof(CoordOrder) == 4,
+               "the numbers are the interface");
+_Static_assert(ConnectRet_Accepted == 0 && ConnectRet_RefusedByReply3 == 2 &&
+                   ConnectRet_RefusedByReply2 == 4 && ConnectRet_RefusedByReply1 == 6 &&
+                   ConnectRet_Failed == 7 && sizeof(ConnectRet) == 4,
+               "the numbers are the interface");
+
 int main(void) {
     void* session = CreateSession();
     const uint64_t before = Q7InstanceCount(session);

@@ -158,6 +158,16 @@ void checkPlainExports() {
     DestroySession(session);
 }
 
+// Nobody listens at the port that a new process knows, which counts as connected.
+void checkGroupConnect() {
+    void* session = CreateSession();
+    check(Q7GroupSyncConnect(session) == ConnectRet_Accepted, "Q7GroupSyncConnect");
+    check(HasConnected(session) == 1, "Q7GroupSyncConnect: the session is connected");
+    DisConnect(session);
+    check(HasConnected(session) == 0, "DisConnect");
+    DestroySession(session);
+}
+
 bool holds(const Q7AnimProperty& property, double v, double lt, double lv, double rt, double rv) {
     return property.V == v && property.LT == lt && property.LV == lv && property.RT == rt &&
            property.RV == rv;
@@ -208,6 +218,7 @@ void checkDeleteInstance() {
 extern "C" void start() {
     checkAddMesh();
     checkPlainExports();
+    checkGroupConnect();
     checkAnimProperty();
     checkDeleteInstance();
 }
