@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <exception>
@@ -116,11 +117,7 @@ class FakeRenderer {
     void setStatus(std::uint16_t status) { put(statusBlock_, 0, status); }
     void setFlag(std::uint16_t flag) { put(statusBlock_, 2, flag); }
     void setPort(std::uint16_t port) { put(portBlock_, 0, port); }
-    std::uint16_t flag() const {
-        std::uint16_t value = 0;
-        std::memcpy(&value, statusBlock_.view().data() + 2, sizeof value);
-        return value;
-    }
+    std::uint16_t flag() { return wordOf(statusBlock_, 2).load(); }
     std::uint16_t port() const { return platform::portOf(listener_); }
 
     // Serves the connections that come, one script each.
@@ -151,8 +148,13 @@ class FakeRenderer {
     }
 
   private:
+    // Scripts and tests change the blocks from several threads.
+    static std::atomic_ref<std::uint16_t> wordOf(platform::CreatedBlock& block,
+                                                 std::size_t offset) {
+        return std::atomic_ref(*reinterpret_cast<std::uint16_t*>(block.view().data() + offset));
+    }
     static void put(platform::CreatedBlock& block, std::size_t offset, std::uint16_t value) {
-        std::memcpy(block.view().data() + offset, &value, sizeof value);
+        wordOf(block, offset).store(value);
     }
 
     platform::CreatedBlock statusBlock_;
