@@ -185,6 +185,10 @@ TEST(CloseLink, DoesNotReadThePort) {
     EXPECT_EQ(linkState().port, 1);
 }
 
+// On Windows the socket library ends with the record, for the whole process and so for the renderer
+// of this test too.
+#if !defined(_WIN32)
+
 TEST(RenderSocketRecord, ClosesItsConnectionWhenItGoes) {
     FakeRenderer renderer;
     renderer.serve({[](Peer& peer) { EXPECT_TRUE(peer.atEnd()); }});
@@ -194,6 +198,8 @@ TEST(RenderSocketRecord, ClosesItsConnectionWhenItGoes) {
     }
     renderer.finish();
 }
+
+#endif
 
 TEST(ReceiveString, AShortReplyLeavesZeros) {
     EXPECT_EQ(receivedString(wordBytes(4) + "ab"), WideString(u"ab\0\0", 4));
