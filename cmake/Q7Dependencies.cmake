@@ -40,6 +40,59 @@ endif()
 q7_header_only(q7_cli11 CLI11 CLI11::CLI11 CLI/CLI.hpp)
 q7_header_only(q7_tinyobj none none tiny_obj_loader.h)
 
+# What scripts/setup.sh unpacks for the project alone.
+set(Q7_MINIZIP_PREFIX ${CMAKE_SOURCE_DIR}/build/packages/minizip-ng/usr)
+add_library(q7_minizip INTERFACE)
+if(CMAKE_CROSSCOMPILING)
+  # There is no Windows build of it among the packages. Linking needs the names of the functions only,
+  # and the headers are the same on every system.
+  find_path(q7_minizip_HEADERS mz_zip_rw.h NO_CMAKE_FIND_ROOT_PATH NO_DEFAULT_PATH
+    PATHS /usr/include/minizip-ng ${Q7_MINIZIP_PREFIX}/include/minizip-ng)
+  if(NOT q7_minizip_HEADERS)
+    message(FATAL_ERROR "minizip-ng is required (scripts/setup.sh installs it)")
+  endif()
+  set(minizip_def ${CMAKE_CURRENT_LIST_DIR}/minizip-ng.def)
+  set(minizip_import ${CMAKE_BINARY_DIR}/libminizip-ng.dll.a)
+  add_custom_command(OUTPUT ${minizip_import} VERBATIM
+    COMMAND ${CMAKE_DLLTOOL} --input-def ${minizip_def} --output-lib ${minizip_import}
+    DEPENDS ${minizip_def})
+  add_custom_target(q7_minizip_import DEPENDS ${minizip_import})
+  add_dependencies(q7_minizip q7_minizip_import)
+  target_include_directories(q7_minizip SYSTEM INTERFACE ${q7_minizip_HEADERS})
+  target_link_libraries(q7_minizip INTERFACE ${minizip_import})
+else()
+  find_package(minizip-ng CONFIG QUIET PATHS ${Q7_MINIZIP_PREFIX})
+  if(NOT TARGET MINIZIP::minizip-ng)
+    message(FATAL_ERROR "minizip-ng is required (scripts/setup.sh installs it)")
+  endif()
+  target_link_libraries(q7_minizip INTERFACE MINIZIP::minizip-ng)
+endif()
+
+# q7_minizip_beside(TARGET): a shared library finds minizip-ng in its own folder, so that both can be
+# taken elsewhere. One that the system has is left where it is.
+function(q7_minizip_beside target)
+  if(WIN32)
+    return()
+  endif()
+  get_target_property(kind MINIZIP::minizip-ng TYPE)
+  cmake_path(IS_PREFIX Q7_MINIZIP_PREFIX "${minizip-ng_DIR}" private)
+  if(NOT private OR NOT kind STREQUAL SHARED_LIBRARY)
+    return()
+  endif()
+  set_target_properties(${target} PROPERTIES BUILD_RPATH "$ORIGIN")
+  add_custom_command(TARGET ${target} POST_BUILD VERBATIM
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:MINIZIP::minizip-ng>
+      $<TARGET_FILE_DIR:${target}>/$<TARGET_SONAME_FILE_NAME:MINIZIP::minizip-ng>)
+endfunction()
+
+# For the readers of archives in the tools; in a MinGW build it goes into each program.
+if(MINGW)
+  set(ZLIB_USE_STATIC_LIBS ON)
+endif()
+find_package(ZLIB REQUIRED)
+add_library(q7_zlib INTERFACE)
+target_link_libraries(q7_zlib INTERFACE ZLIB::ZLIB)
+
 if(Q7_BUILD_TOOLS AND NOT CMAKE_CROSSCOMPILING)
   find_package(assimp CONFIG QUIET)
 endif()

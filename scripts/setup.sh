@@ -1,23 +1,27 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and this machine lacks, from the distribution's packages.
+# One library that only newer suites of Debian have is unpacked into build/packages.
 #
 #   scripts/setup.sh             everything
 #   scripts/setup.sh --linux     what the Linux builds and the demo need
 #   scripts/setup.sh --windows   what the Windows cross build and its tests under Wine need
 set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
 fail() {
     echo "setup: $1" >&2
     exit 1
 }
 
+# zlib1g-dev: minizip-ng's and Assimp's packages do not ask for it, but what links them needs it.
 both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev libtinyobjloader-dev
-    assimp-testmodels)
-# zlib1g-dev: Assimp's package does not ask for it, but programs that link Assimp need it.
+    assimp-testmodels zlib1g-dev unzip zip)
 # locales: the tests make themselves a locale with a decimal comma.
-linux=(g++ libgtest-dev libassimp-dev zlib1g-dev clang-format clang-tidy locales)
-# clang, lld and llvm make the caller that follows the MSVC ABI.
-windows=(g++-mingw-w64-x86-64-posix wine wine64 clang lld llvm)
+linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev clang-format clang-tidy locales)
+# clang, lld and llvm make the caller that follows the MSVC ABI; libwine-dev and wine64-tools the
+# bridge to minizip-ng. Windows are found by their titles only where there is a display: xvfb.
+windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 libwine-dev wine64-tools xvfb
+    clang lld llvm)
 
 case "${1-}" in
 "") wanted=("${both[@]}" "${linux[@]}" "${windows[@]}") ;;
@@ -35,30 +39,108 @@ missing=()
 for package in "${wanted[@]}"; do
     [[ $installed == *" $package "* ]] || missing+=("$package")
 done
-if ((${#missing[@]} == 0)); then
+
+# minizip-ng is a package of newer systems only. Where this one has none, a newer suite's is unpacked
+# into a folder of the project, and nothing of the system changes.
+minizip=libminizip-ng-dev
+minizip_folder=build/packages/minizip-ng
+needs_minizip=
+[[ $installed == *" $minizip "* || -e $minizip_folder/complete ]] || needs_minizip=yes
+
+if ((${#missing[@]} == 0)) && [[ -z $needs_minizip ]]; then
     echo "setup: nothing to install"
     exit 0
 fi
 
 as_root=()
+can_install=yes
 if ((EUID != 0)); then
-    command -v sudo >/dev/null ||
-        fail "installing needs root or sudo; missing packages: ${missing[*]}"
     as_root=(sudo)
+    command -v sudo >/dev/null || can_install=
 fi
+[[ -n $can_install || ${#missing[@]} -eq 0 ]] ||
+    fail "installing needs root or sudo; missing packages: ${missing[*]}"
 
-log=$(mktemp)
-trap 'rm -f "$log"' EXIT
+mkdir -p build/packages
+work=$(mktemp -d "$PWD/build/packages/setup.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+log=$work/log
 apt() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300 "$@" \
         </dev/null >>"$log" 2>&1
 }
 
-echo "setup: installing ${missing[*]}"
-# A source that does not answer may well be one that nothing is wanted from: installing decides.
-apt update || true
-if ! apt install -y --no-install-recommends "${missing[@]}"; then
+# private_apt PROGRAM ARGUMENT...: an apt program that sees one suite, by the system's proxies, and
+# nothing of the system's own lists.
+private_apt() {
+    local program=$1
+    shift
+    "$program" -q -o Dir::Etc::SourceList="$work/sources.list" -o Dir::Etc::SourceParts=/dev/null \
+        -o Dir::Etc::Preferences=/dev/null -o Dir::Etc::PreferencesParts=/dev/null \
+        -o Dir::State="$work/apt" -o Dir::State::status=/dev/null -o Dir::Cache="$work/apt" \
+        -o Acquire::AllowInsecureRepositories=false -o APT::Get::AllowUnauthenticated=false "$@" \
+        </dev/null 2>>"$log"
+}
+
+# The machine's own sources name the place that serves all suites.
+debian_source() {
+    apt-get indextargets --format '$(REPO_URI)' 'Created-By: Packages' 'Origin: Debian' \
+        'Label: Debian' 'Component: main' 2>>"$log" | awk '!/^cdrom:/ && !found++' || true
+}
+
+# unpack_minizip SOURCE SUITE: makes $work/unpacked from the suite's packages.
+unpack_minizip() {
+    local keys=/usr/share/keyrings/debian-archive-keyring.gpg library package packages
+    rm -rf "$work/apt" "$work/unpacked" "$work/packages"
+    mkdir -p "$work/apt/lists/partial" "$work/apt/archives/partial" "$work/packages" "$work/unpacked"
+    echo "deb [signed-by=$keys target=Packages] $1 $2 main" >"$work/sources.list"
+    private_apt apt-get update >>"$log" || return
+    # The development package holds headers; it depends on the one with the library.
+    packages=$(private_apt apt-cache depends --important "$minizip" |
+        sed -n 's/^ *Depends: \(libminizip-ng.*\)/\1/p')
+    # shellcheck disable=SC2086
+    (cd "$work/packages" && private_apt apt-get download "$minizip" $packages) >>"$log" || return
+    for package in "$work"/packages/*.deb; do
+        dpkg-deb -x "$package" "$work/unpacked" >>"$log" 2>&1 || return
+    done
+    library=$(find "$work/unpacked" -name 'libminizip-ng.so.*' -type f | head -n 1)
+    [[ -n $library ]] || return
+    # A suite that has gone on to another C library is of no use here.
+    ldd "$library" >"$work/needs" 2>&1 && ! grep 'not found' "$work/needs" >>"$log"
+}
+
+fetch_minizip() {
+    local source suite
+    source=$(debian_source)
+    [[ -n $source ]] ||
+        fail "$minizip: no package of this system, and apt's sources name no Debian to get a newer suite's from"
+    for suite in forky sid; do
+        if unpack_minizip "$source" "$suite"; then
+            touch "$work/unpacked/complete"
+            rm -rf "$minizip_folder"
+            mv "$work/unpacked" "$minizip_folder"
+            return
+        fi
+    done
     tail -n 20 "$log" >&2
-    fail "apt-get could not install the packages; the lines above tell why"
+    fail "$minizip: no package of this system, and a newer suite's could not be fetched or does not run here; the lines above tell why"
+}
+
+# A source that does not answer may well be one that nothing is wanted from: installing decides.
+[[ -z $can_install ]] || apt update || true
+if [[ -n $needs_minizip && -n $can_install ]] && apt-cache show "$minizip" >>"$log" 2>&1; then
+    missing+=("$minizip")
+    needs_minizip=
+fi
+if ((${#missing[@]} != 0)); then
+    echo "setup: installing ${missing[*]}"
+    if ! apt install -y --no-install-recommends "${missing[@]}"; then
+        tail -n 20 "$log" >&2
+        fail "apt-get could not install the packages; the lines above tell why"
+    fi
+fi
+if [[ -n $needs_minizip ]]; then
+    echo "setup: unpacking $minizip of a newer suite into $minizip_folder"
+    fetch_minizip
 fi
 echo "setup: done"

@@ -5,6 +5,9 @@
 #   scripts/wine.sh --prepare    makes the prefix, so that no test's time goes into that
 #   scripts/wine.sh --end        ends what Wine left running in the prefix
 #
+# Programs find each other's windows only on a display: the first call starts one that nobody sees, when
+# Xvfb is installed, and --end ends it.
+#
 # Q7_WINEPREFIX names another prefix than build/wine.
 set -eu
 
@@ -29,6 +32,40 @@ first_of() {
     return 127
 }
 
+# What tells the display of the prefix: the process of its server, then its number.
+display_record=$WINEPREFIX/q7-display
+
+display_runs() {
+    [ -r "$display_record" ] && read -r server number <"$display_record" &&
+        [[ $(tr '\0' ' ' 2>/dev/null <"/proc/$server/cmdline") == Xvfb\ * ]]
+}
+
+# Tells the number of the display, and starts one if there is none. The server outlives the call: it
+# must not hold the caller's streams, nor the lock.
+display_number() {
+    local server number
+    exec 9>"$display_record.lock"
+    flock 9
+    if ! display_runs; then
+        # It writes the number when it is ready.
+        rm -f "$display_record.ready"
+        mkfifo "$display_record.ready"
+        setsid Xvfb -displayfd 3 -screen 0 2048x1536x24 -nolisten tcp -noreset \
+            3<>"$display_record.ready" 9>&- </dev/null >/dev/null 2>&1 &
+        server=$!
+        read -r -t 60 number <>"$display_record.ready" || return
+        rm -f "$display_record.ready"
+        echo "$server $number" >"$display_record"
+    fi
+    echo "$number"
+}
+
+end_display() {
+    local server number
+    ! display_runs || kill "$server" || true
+    rm -f "$display_record" "$display_record".*
+}
+
 case "${1-}" in
 "")
     echo "wine.sh: no program given" >&2
@@ -38,12 +75,17 @@ case "${1-}" in
     [ -d "$WINEPREFIX" ] || exit 0
     server=$(first_of wineserver-stable wineserver /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver)
     "$server" --kill || true # it fails when nothing runs
-    exec "$server" --wait
+    "$server" --wait
+    end_display
+    exit
     ;;
 esac
 
 wine=$(first_of wine64-stable wine64 /usr/lib/wine/wine64)
 mkdir -p "$WINEPREFIX"
+if command -v Xvfb >/dev/null && number=$(display_number); then
+    export DISPLAY=":$number"
+fi
 if [ "$1" = --prepare ]; then
     # Wine's services outlive the call and would hold the caller's streams open.
     exec "$wine" wineboot --init </dev/null >/dev/null 2>&1

@@ -10,6 +10,7 @@
 #include <exception>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <span>
 #include <stdexcept>
 #include <string>
@@ -74,6 +75,17 @@ class Peer {
         std::memcpy(text.data(), raw.data(), raw.size());
         return text;
     }
+    // All that comes until the client closes.
+    std::string allBytes() {
+        std::string all;
+        char buffer[4096];
+        for (;;) {
+            if (!platform::waitForData(socket_, patience)) throw std::runtime_error("no data");
+            const auto got = platform::receiveBytes(socket_, buffer, sizeof buffer);
+            if (got <= 0) return all;
+            all.append(buffer, static_cast<std::size_t>(got));
+        }
+    }
     // Whether the client has closed, with nothing left to read.
     bool atEnd() {
         char one = 0;
@@ -98,14 +110,11 @@ class FakeRenderer {
   public:
     using Script = std::function<void(Peer&)>;
 
-    explicit FakeRenderer(std::uint16_t status = 4)
-        : statusBlock_(platform::CreatedBlock::create(testStatusBlock, 4)),
-          portBlock_(platform::CreatedBlock::create(testPortBlock, 2)) {
+    explicit FakeRenderer(std::uint16_t status = 4) {
         platform::startSockets();
         listener_ = platform::listenOnLoopback();
-        setPort(platform::portOf(listener_));
-        setStatus(status);
-        setFlag(0);
+        showPort();
+        showStatus(status);
     }
     ~FakeRenderer() {
         if (thread_.joinable()) thread_.join();
@@ -118,6 +127,20 @@ class FakeRenderer {
     void setFlag(std::uint16_t flag) { put(statusBlock_, 2, flag); }
     void setPort(std::uint16_t port) { put(portBlock_, 0, port); }
     std::uint16_t flag() { return wordOf(statusBlock_, 2).load(); }
+
+    // Blocks that go, and come again.
+    void hideStatus() { statusBlock_.reset(); }
+    void showStatus(std::uint16_t status) {
+        statusBlock_.emplace(platform::CreatedBlock::create(testStatusBlock, 4));
+        setStatus(status);
+        setFlag(0);
+    }
+    void hidePort() { portBlock_.reset(); }
+    void showPort() {
+        portBlock_.emplace(platform::CreatedBlock::create(testPortBlock, 2));
+        setPort(port());
+    }
+
     std::uint16_t port() const { return platform::portOf(listener_); }
 
     // Serves the connections that come, one script each.
@@ -149,16 +172,16 @@ class FakeRenderer {
 
   private:
     // Scripts and tests change the blocks from several threads.
-    static std::atomic_ref<std::uint16_t> wordOf(platform::CreatedBlock& block,
-                                                 std::size_t offset) {
-        return std::atomic_ref(*reinterpret_cast<std::uint16_t*>(block.view().data() + offset));
+    using Block = std::optional<platform::CreatedBlock>;
+    static std::atomic_ref<std::uint16_t> wordOf(Block& block, std::size_t offset) {
+        return std::atomic_ref(*reinterpret_cast<std::uint16_t*>(block->view().data() + offset));
     }
-    static void put(platform::CreatedBlock& block, std::size_t offset, std::uint16_t value) {
+    static void put(Block& block, std::size_t offset, std::uint16_t value) {
         wordOf(block, offset).store(value);
     }
 
-    platform::CreatedBlock statusBlock_;
-    platform::CreatedBlock portBlock_;
+    Block statusBlock_;
+    Block portBlock_;
     platform::SocketHandle listener_ = platform::noSocket;
     std::thread thread_;
     std::exception_ptr error_;

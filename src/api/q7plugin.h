@@ -528,6 +528,211 @@ Q7_API void SaveToFile(void* session, const Q7Char* path);
  *  Cost: memory for the merged geometry once. */
 Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path);
 
+/* ---- Archives -------------------------------------------------------------------------------- */
+/* An archive is a zip file that holds:
+ *
+ *   1.q7mesh          the model, as Q7SaveRawToFile or Q7SaveProcessedToFile writes it (of
+ *                     Q7SaveExtToQ7a instead the host's file, as "1." and its extension)
+ *   q7material.xml    the materials, as Q7SaveMaterialToFile writes them: texture paths stay those of
+ *                     the host
+ *   info.json         "productID", a new one in each archive, and "instanceIdArray", the path, "/" and
+ *                     material of each instance (not in those of Q7SaveExtToQ7a)
+ *   textures/         with material version 1, a copy of every file that is named by a text property of
+ *                     a typed material, whatever the property is called. A text that names no file
+ *                     that opens is passed over without a word. Of two files with one name the later
+ *                     copy stays.
+ *
+ * It is filled in the folder "__q7_export_temp" beside the archive, which is removed when all went
+ * well and stays after a failure: what lies in it then, the next archive beside it holds as well. Two
+ * archives beside each other cannot be made at the same time. A failure prints one line on standard
+ * error: "create texture dir fail!", "copy texture fail!", "copy file fail!" or "compress file fail!".
+ *
+ * In paths "\" separates on Windows and "/" elsewhere, so give textures and archives with those: on
+ * Windows the copy of a texture whose path has "/" goes astray. */
+
+/** Saves the model as it stands as an archive, replacing the file. The session stays as it is.
+ *
+ *  path: the archive; folders that are missing above it are made. A name alone, without a folder, is
+ *        no place to fill an archive in, and fails.
+ *
+ *  Returns 1 when the archive was made, else 0. A part of it that could not be written, as on a full
+ *  disk, may be missing without a word.
+ *  Cost: writes the model twice, and compresses it at the highest level. */
+Q7_API uint8_t Q7SaveRawToQ7a(void* session, const Q7Char* path);
+
+/** Saves a merged copy of the model, as Q7SaveProcessedToFile describes it, as an archive; otherwise as
+ *  Q7SaveRawToQ7a does. The instances in "info.json" are those of the model itself. */
+Q7_API uint8_t Q7SaveProcessedToQ7a(void* session, const Q7Char* path);
+
+/** Saves a file of the host's own with the session's materials as an archive; otherwise as
+ *  Q7SaveRawToQ7a does. The session's model plays no part.
+ *
+ *  externalFile: copied byte by byte. What stands behind the last "." of its name is its extension; a
+ *                name without one is its own extension. When the file cannot be opened, its entry is
+ *                empty, and the archive is made all the same.
+ *  path:         the archive */
+Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q7Char* path);
+
+/* ---- Identity and environment ---------------------------------------------------------------- */
+
+/** Tells the id by which the rendering application knows this user: the first line of the file
+ *  "cid.dat" in the folder "q7_launcher" of the user's local application data (elsewhere than on
+ *  Windows that is $XDG_DATA_HOME, by default ~/.local/share). When there is no such file, it is made,
+ *  with an id of 32 hexadecimal digits. Needs no session.
+ *
+ *  buffer: where to store the text and its terminator; not touched when size is too small; may be null
+ *  size:   of the buffer in bytes. The text is stored when it is at least what is returned.
+ *
+ *  Returns the id's length plus 1. The id stays the same until the process ends, and any thread may
+ *  ask for it, also at first. */
+Q7_API uint32_t Q7GetCid(char* buffer, uint32_t size);
+
+/** Tells the folder of the rendering application's logs, with a separator behind it:
+ *  "q7_engine\Saved\Logs\" in the user's local application data. The folder is made when it is
+ *  missing, also when the application was never installed. Needs no session.
+ *
+ *  buffer: where to store the path and its terminator; not touched when size is too small; may be null
+ *  size:   of the buffer in characters. The path is stored when it is at least what is returned.
+ *
+ *  Returns the path's length plus 1; when the folder cannot be made, the path is empty and that is 1. */
+Q7_API uint32_t Q7GetLogDir(Q7Char* buffer, uint32_t size);
+
+/** Tells the size of the renderer's viewport, as its window is on the screen now. Needs no session; one
+ *  thread at a time.
+ *
+ *  Returns the width in pixels in the upper 16 bits and the height in the lower 16 bits; 0 when there
+ *  is no such window, in the first call after it was closed, and always on systems other than
+ *  Windows. */
+Q7_API uint32_t Q7RenderWindowSize(void);
+
+/* ---- Scenes, lights and other records --------------------------------------------------------- */
+/* A scene, a light, the camera, the model's metadata and a camera animation are free records: what a
+ * property means is a matter between the host and the renderer. The set functions address them by a
+ * type and a name:
+ *
+ *   type 0: the session's camera       the name is not read and may be null
+ *   type 1: a light of Q7AddLight
+ *   type 2: a scene of Q7AddScene
+ *   type 3: the session's metadata     the name is not read and may be null
+ *   type 4: a camera animation of Q7AddCameraAnims
+ *
+ * A property is known by its name, and two names differ by case. Setting one that is there replaces
+ * its value and its type. Values cannot be read back. */
+
+/** Adds a scene without properties. A scene that has the name is emptied.
+ *
+ *  The name only addresses the scene: a message does not hold it. */
+Q7_API void Q7AddScene(void* session, const Q7Char* name);
+
+/** Removes a scene. Nothing happens when the name is unknown. */
+Q7_API void Q7DeleteScene(void* session, const Q7Char* name);
+
+/** Removes all scenes of Q7AddScene. */
+Q7_API void Q7ClearScenes(void* session);
+
+/** Adds a light without properties. A light that has the name is emptied.
+ *
+ *  The name only addresses the light: a message does not hold it. */
+Q7_API void Q7AddLight(void* session, const Q7Char* name);
+
+/** Removes a light. Nothing happens when the name is unknown. */
+Q7_API void Q7DeleteLight(void* session, const Q7Char* name);
+
+/** Removes all lights. */
+Q7_API void Q7ClearLights(void* session);
+
+/** Gives an id a name, replacing the one it has. The pairs go with the lights as their groups. */
+Q7_API void Q7SetPathElementName(void* session, const Q7Char* id, const Q7Char* name);
+
+/** Takes an id's name away. Nothing happens when the id is unknown. */
+Q7_API void Q7DeletePathElementName(void* session, const Q7Char* id);
+
+/** Takes all names of ids away. */
+Q7_API void Q7ClearPathElementNames(void* session);
+
+/** Sets a property to an integer.
+ *
+ *  Nothing happens when the type is unknown, or no record of that type has the name. */
+Q7_API void Q7SetEntityIntProperty(void* session, uint32_t entityType, const Q7Char* entityName,
+                                   const Q7Char* property, int32_t value);
+
+/** Sets a property to a float. Messages show it with all the digits that it has as a double: 0.1F is
+ *  0.10000000149011612; a value that is no finite number is null.
+ *
+ *  Nothing happens when the type is unknown, or no record of that type has the name. */
+Q7_API void Q7SetEntityFloatProperty(void* session, uint32_t entityType, const Q7Char* entityName,
+                                     const Q7Char* property, float value);
+
+/** Sets a property to several floats. Messages show one float as a plain number, and leave the
+ *  property out when there is none.
+ *
+ *  values: count floats; null counts as none
+ *
+ *  Nothing happens when the type is unknown, or no record of that type has the name.
+ *  Throws std::length_error "vector too long" when count is negative. */
+Q7_API void Q7SetEntityFloatArrayProperty(void* session, uint32_t entityType,
+                                          const Q7Char* entityName, const Q7Char* property,
+                                          const float* values, int count);
+
+/** Sets a property to a text.
+ *
+ *  Nothing happens when the type is unknown, or no record of that type has the name. */
+Q7_API void Q7SetEntityStringProperty(void* session, uint32_t entityType, const Q7Char* entityName,
+                                      const Q7Char* property, const Q7Char* value);
+
+/** Removes all properties of a record. The model's path in the camera and the metadata stays.
+ *
+ *  Nothing happens when the type is 4 or unknown, or no record of that type has the name. */
+Q7_API void Q7ResetEntityProperty(void* session, uint32_t entityType, const Q7Char* entityName);
+
+/** Removes a property of a record.
+ *
+ *  Nothing happens when the type is 4 or unknown, no record of that type has the name, or the record
+ *  has no such property. */
+Q7_API void Q7DeleteEntityProperty(void* session, uint32_t entityType, const Q7Char* entityName,
+                                   const Q7Char* property);
+
+/* ---- Messages --------------------------------------------------------------------------------- */
+/* Each message takes a connection of its own, and goes only when a renderer shows a status other than
+ * 0 and no connection for a model is open: one that comes in the meantime is dropped, not queued. No
+ * failure is reported. A message waits for the renderer to take it, however long that lasts.
+ * docs/formats/link_protocol.md tells the bytes. */
+
+/** Sends the camera in its short form, with the path of SetModelFilePath.
+ *
+ *  transform: 36 bytes, passed on unread
+ *  fov:       passed on unread */
+Q7_API void SendCameraTransformFov(void* session, const char* transform, float fov);
+
+/** Sends the properties of the session's camera, and the model's path if one is set. They stay. */
+Q7_API void Q7SendCamera(void* session);
+
+/** Sends the properties of the session's metadata, and the model's path if one is set. They stay. */
+Q7_API void Q7SendMetaData(void* session);
+
+/** Asks the renderer for the metadata that it holds of the session's model.
+ *
+ *  buffer: room for the text and its terminator, or null
+ *  size:   what buffer holds, in units of Q7Char
+ *
+ *  Returns the text's length plus one, 1 when no answer comes; the text is stored only when size is
+ *  at least that. Returns 0xFFFFFFFF when no message may go. */
+Q7_API uint32_t Q7GetMetaData(void* session, Q7Char* buffer, uint32_t size);
+
+/** Sends all scenes of Q7AddScene with the model's path. They stay. */
+Q7_API void Q7SendScenes(void* session);
+
+/** Sends all lights and the names of Q7SetPathElementName with the model's path. They stay. */
+Q7_API void Q7SendLights(void* session);
+
+/** Sends the records of AddScene in the order of adding, and drops them, also when the send fails.
+ *
+ *  text: passed on unread. When it is empty nothing is sent and the records stay. */
+Q7_API void SendScenes(void* session, const Q7Char* text);
+
+/** Sends two texts about the lights, passed on unread. */
+Q7_API void SendLightsDataXml(void* session, const Q7Char* first, const Q7Char* second);
+
 /* ---- Animation records ----------------------------------------------------------------------- */
 
 #ifdef __cplusplus
@@ -554,10 +759,94 @@ struct Q7AnimProperty final {
     Q7_API Q7AnimProperty& operator=(Q7AnimProperty&& other) noexcept;
 #endif
 };
+
+extern "C" {
 #else
 typedef struct Q7AnimProperty {
     double V, LT, LV, RT, RV;
 } Q7AnimProperty;
+#endif
+
+/* A camera animation is a record of type 4 with key frames in the order of adding. Its own properties
+ * are set through Q7SetEntityIntProperty and its siblings. Key frames are addressed by their index,
+ * from 0. In all functions with a type only 4 is known, and with another nothing happens, as with a
+ * name that no camera animation has. */
+
+/** Adds a camera animation without key frames, whose text property "Name" is its name. One that has
+ *  the name is replaced.
+ *
+ *  Nothing happens when session is null. */
+Q7_API void Q7AddCameraAnims(void* session, const Q7Char* name);
+
+/** Removes a camera animation. Nothing happens when session is null or the name is unknown. */
+Q7_API void Q7DeleteCameraAnims(void* session, const Q7Char* name);
+
+/** Removes all camera animations. Nothing happens when session is null. */
+Q7_API void Q7ClearCameraAnims(void* session);
+
+/** Sends all camera animations and removes them, also when the send fails. As with all messages, none
+ *  goes while no renderer shows a status or a connection for a model is open; they stay then.
+ *
+ *  Nothing happens when session is null. */
+Q7_API void Q7SendCameraAnims(void* session);
+
+/** Adds a key frame without properties, also when one of that time exists.
+ *
+ *  time: in the unit that host and renderer agree on
+ *
+ *  Returns the key frame's index, or -1 when there is no such camera animation. */
+Q7_API int32_t Q7AddAnimEntityFrame(void* session, int32_t type, const Q7Char* name, double time);
+
+/** Finds a key frame by its time.
+ *
+ *  Returns the index of the first whose time differs from this one by less than 2.220446049250313e-16,
+ *  or -1.
+ *  Cost: grows with the number of key frames. */
+Q7_API int32_t Q7FindAnimEntityFrame(void* session, int32_t type, const Q7Char* name, double time);
+
+/** Removes a key frame; those behind it move down by one. Nothing happens when there is no such
+ *  key frame. */
+Q7_API void Q7DeleteAnimEntityFrame(void* session, int32_t type, const Q7Char* name, int32_t frame);
+
+/** Removes all key frames. */
+Q7_API void Q7ClearAnimEntityFrames(void* session, int32_t type, const Q7Char* name);
+
+/** Sets a property of a key frame to one point of a curve, replacing what it held.
+ *
+ *  value: null leaves the property without points
+ *
+ *  Nothing happens when there is no such key frame. */
+Q7_API void Q7SetAnimProperty(void* session, int32_t type, const Q7Char* name,
+                              const Q7Char* property, int32_t frame, const Q7AnimProperty* value);
+
+/** Sets a property of a key frame to several points of curves, replacing what it held. Messages leave
+ *  a property without points out.
+ *
+ *  values: count points; null counts as none
+ *
+ *  Nothing happens when there is no such key frame.
+ *  Throws std::length_error "vector too long" when count is negative. */
+Q7_API void Q7SetAnimArrayProperty(void* session, int32_t type, const Q7Char* name,
+                                   const Q7Char* property, int32_t frame,
+                                   const Q7AnimProperty* values, int count);
+
+/** Removes all properties of a key frame; the key frame and its time stay. Nothing happens when there
+ *  is no such key frame. */
+Q7_API void Q7ResetAnimProperty(void* session, int32_t type, const Q7Char* name, int32_t frame);
+
+/** Removes a property of a key frame. Nothing happens when there is no such key frame or property. */
+Q7_API void Q7DeleteAnimProperty(void* session, int32_t type, const Q7Char* name,
+                                 const Q7Char* property, int32_t frame);
+
+/** Removes all properties of all key frames. */
+Q7_API void Q7ResetAllAnimProperty(void* session, int32_t type, const Q7Char* name);
+
+/** Removes a property of all key frames. */
+Q7_API void Q7DeleteAllAnimProperty(void* session, int32_t type, const Q7Char* name,
+                                    const Q7Char* property);
+
+#ifdef __cplusplus
+} /* extern "C" */
 #endif
 
 #endif /* Q7PLUGIN_H */

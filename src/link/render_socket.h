@@ -12,11 +12,20 @@
 // The first word of each message.
 enum class CommandWord : std::uint32_t {
     PluginFile = 3,
+    LegacyScenes = 4,
+    CameraTransformFov = 5,
+    LightsDataXml = 6,
     PlainSync = 7,
     GroupSync = 8,
     SendModelType = 9,
+    GetMetaData = 10,
     RawSyncWithPaths = 11,
+    Camera = 12,
+    Scenes = 13,
+    Lights = 14,
+    MetaData = 15,
     RelevantSync = 17,
+    CameraAnimations = 18,
 };
 
 // How a connection for a model ended, as hosts know it.

@@ -22,7 +22,7 @@ File openTextForWriting(const WideString& path);
 // Whether a file can be read; a folder cannot.
 bool fileCanBeOpened(const WideString& path);
 
-// The path as the standard library takes it.
+// The path as the standard library takes it, which may be longer than 260 characters.
 std::filesystem::path nativePath(const WideString& path);
 
 }  // namespace platform

@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 
+#include "platform/path_separator.h"
 #include "support/text.h"
 
 namespace platform {
@@ -18,12 +19,5 @@ inline constexpr std::array installationRoots = {InstallationRoot::CurrentUser,
 // The record's "DisplayIcon" (POSIX: that key of section "Q7 Render"), at most 260 bytes of it, up to
 // the first zero; nothing when there is no such record.
 std::optional<WideString> installedDisplayIcon(InstallationRoot root);
-
-// The separator of the paths that the library composes and splits.
-#if defined(_WIN32)
-inline constexpr char16_t pathSeparator = u'\\';
-#else
-inline constexpr char16_t pathSeparator = u'/';
-#endif
 
 }  // namespace platform

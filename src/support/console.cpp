@@ -3,8 +3,20 @@
 #include <cstdio>
 #include <string>
 
-void printLine(std::string_view text) {
+namespace {
+
+void printLineTo(std::FILE* stream, std::string_view text) {
     const std::string line = std::string(text) + '\n';
-    std::fwrite(line.data(), 1, line.size(), stdout);
-    std::fflush(stdout);
+    std::fwrite(line.data(), 1, line.size(), stream);
+    std::fflush(stream);
+}
+
+}  // namespace
+
+void printLine(std::string_view text) {
+    printLineTo(stdout, text);
+}
+
+void printErrorLine(std::string_view text) {
+    printLineTo(stderr, text);
 }

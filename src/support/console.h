@@ -6,3 +6,6 @@
 // Writes the text and a line end to standard output at once. A stream takes either narrow or wide
 // text, so narrow it is for all of them.
 void printLine(std::string_view text);
+
+// The same to standard error.
+void printErrorLine(std::string_view text);

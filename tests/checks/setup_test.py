@@ -19,10 +19,39 @@ class SetupTest(ScriptTest):
         self.stand_in("bin/apt-get")
         self.stand_in("bin/sudo", '"$@"')
 
-    def installed(self, *packages, removed=()):
+    def installed(self, *packages, removed=(), minizip=True):
         lines = [f"installed {name}" for name in packages]
+        lines += ["installed libminizip-ng-dev"] * minizip
         lines += [f"config-files {name}" for name in removed]
         self.stand_in("bin/dpkg-query", *(f"echo '{line}'" for line in lines))
+
+    def newer_suites(self, *serving, here=False, source="http://mirror.invalid/debian/"):
+        """Everything is installed but minizip-ng, which the system has or the suites serve."""
+        self.installed(
+            *packages_of("both"), *packages_of("linux"), *packages_of("windows"), minizip=False
+        )
+        self.stand_in(
+            "bin/apt-cache",
+            f'[[ "$*" != show* ]] || exit {0 if here else 100}',
+            'echo "  Depends: libminizip-ng4"',
+        )
+        self.stand_in(
+            "bin/apt-get",
+            f'[[ "$*" != indextargets* ]] || echo "{source}"',
+            'sources=$(sed -n "s/.*SourceList=\\([^ ]*\\).*/\\1/p" <<<"$*")',
+            '[[ "$*" != *download* ]] || {',
+            *(f'    ! grep -q " {suite} " "$sources" || serves=yes' for suite in serving),
+            '    [[ -n ${serves-} ]] && touch dev.deb library.deb || exit 100',
+            "}",
+        )
+        self.stand_in(
+            "bin/dpkg-deb", 'mkdir -p "$3/usr/lib"', 'touch "$3/usr/lib/libminizip-ng.so.4"'
+        )
+        self.stand_in("bin/ldd", "echo 'libc.so.6 => /lib/libc.so.6'")
+
+    def unpacked(self):
+        """What the folder of packages holds."""
+        return sorted(file.name for file in (self.top / "build" / "packages").iterdir())
 
     def wanted(self):
         """What apt-get was told to install."""
@@ -72,6 +101,61 @@ class SetupTest(ScriptTest):
         self.assertEqual(result.returncode, 1)
         self.assertIn("E: no such package", result.stderr)
         self.assertIn("setup: apt-get could not install", result.stderr)
+
+    def test_minizip_of_this_system_comes_first(self):
+        self.newer_suites("forky", here=True)
+        self.assertEqual(self.run_script("setup.sh").returncode, 0)
+        self.assertEqual(self.wanted(), ["libminizip-ng-dev"])
+        self.assertEqual(self.unpacked(), [])
+
+    def test_minizip_of_a_newer_suite(self):
+        self.newer_suites("forky")
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertEqual(self.unpacked(), ["minizip-ng"])
+        self.assertTrue((self.top / "build/packages/minizip-ng/usr/lib/libminizip-ng.so.4").exists())
+        (download,) = [call for call in self.calls() if " download " in call]
+        self.assertTrue(download.endswith(" download libminizip-ng-dev libminizip-ng4"), download)
+        self.assertIn("AllowInsecureRepositories=false", download)
+        self.assertFalse([call for call in self.calls() if " install " in call])
+
+        before = self.calls()
+        self.assertEqual(self.run_script("setup.sh").stdout, "setup: nothing to install\n")
+        self.assertEqual([call for call in self.calls()[len(before) :] if "apt" in call], [])
+
+    def test_minizip_of_the_next_suite(self):
+        self.newer_suites("sid")
+        self.assertEqual(self.run_script("setup.sh").returncode, 0)
+        self.assertEqual(self.unpacked(), ["minizip-ng"])
+
+    def test_minizip_that_does_not_run_here(self):
+        self.newer_suites("forky", "sid")
+        self.stand_in("bin/ldd", 'echo "version GLIBC_9.9 not found (required by $1)"')
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("GLIBC_9.9", result.stderr)
+        self.assertIn("setup: libminizip-ng-dev: no package of this system, and", result.stderr)
+        self.assertEqual(self.unpacked(), [])
+
+    def test_minizip_is_nowhere(self):
+        self.newer_suites()
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("could not be fetched", result.stderr)
+        self.assertEqual(self.unpacked(), [])
+
+    def test_minizip_where_no_source_is_known(self):
+        self.newer_suites("forky", source="cdrom://[disc]/")
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("apt's sources name no Debian", result.stderr)
+
+    def test_half_unpacked_minizip_is_replaced(self):
+        self.newer_suites("forky")
+        rest = self.top / "build/packages/minizip-ng/usr/rest"
+        rest.mkdir(parents=True)
+        self.assertEqual(self.run_script("setup.sh").returncode, 0)
+        self.assertFalse(rest.exists())
 
     def test_unknown_option(self):
         result = self.run_script("setup.sh", "--mac")

@@ -12,49 +12,9 @@
 #include "tests/fake_renderer.h"
 #include "tests/platform/installation.h"
 #include "tests/read_file.h"
+#include "tests/sleeper.h"
 
 namespace {
-
-WideString wide(const std::filesystem::path& path) {
-    return path.u16string();
-}
-
-// A process of that name, until this goes.
-class RunningProcess {
-  public:
-    explicit RunningProcess(const char* name) : name_(name) {
-        std::filesystem::copy_file(Q7_SLEEPER, folder_ / name);
-        std::filesystem::permissions(folder_ / name, std::filesystem::perms::owner_all);
-        std::ofstream(folder_ / "lives") << "x";
-        EXPECT_TRUE(platform::launchProgram(wide(folder_ / name), u"lives", wide(folder_.path())));
-        waitUntil(true);
-    }
-    ~RunningProcess() {
-        std::filesystem::remove(folder_ / "lives");
-        waitUntil(false);
-    }
-    RunningProcess(const RunningProcess&) = delete;
-    RunningProcess& operator=(const RunningProcess&) = delete;
-
-  private:
-    void waitUntil(bool runs) const {
-        for (int i = 0; i < 2000 && platform::isProcessRunning(name_) != runs; ++i) {
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        }
-        EXPECT_EQ(platform::isProcessRunning(name_), runs) << name_;
-    }
-
-    const char* name_;
-    TemporaryFolder folder_;
-};
-
-// A launcher that tells with what it was started, and ends.
-void installLauncher(const Installation& installation) {
-    std::filesystem::remove(installation.path("q7_launcher.exe"));
-    std::filesystem::copy_file(Q7_SLEEPER, installation.path("q7_launcher.exe"));
-    std::filesystem::permissions(installation.path("q7_launcher.exe"),
-                                 std::filesystem::perms::owner_all);
-}
 
 std::string launchedWith(const Installation& installation) {
     for (int i = 0; i < 2000 && !std::filesystem::exists(installation.path("launched.txt")); ++i) {

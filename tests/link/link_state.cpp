@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/fake_renderer.h"
+#include "tests/platform/sized_block.h"
 
 TEST(LinkState, StartsEmpty) {
     const LinkState state;
@@ -95,3 +96,43 @@ TEST(RenderStatusOf, WithoutARendererHandsOutTheLastFlag) {
     EXPECT_EQ(state.renderStatus(nullptr), 0U);
     EXPECT_FALSE(statusBlockExists());
 }
+
+// Elsewhere a block has at least a page, which can always be mapped.
+#if !defined(_WIN32)
+
+TEST(ReadStatus, ABlockThatCannotBeLookedIntoCountsAsNone) {
+    for (const off_t size : {off_t{0}, sizeThatCannotBeMapped}) {
+        const SizedBlock block(testStatusBlock, size);
+        LinkState state;
+        state.status = 4;
+        state.linkFlag = 7;
+        EXPECT_FALSE(state.readStatus(true)) << size;
+        EXPECT_EQ(state.status, 0);
+        EXPECT_EQ(state.linkFlag, 7);
+    }
+}
+
+TEST(ReadPort, ABlockThatCannotBeLookedIntoCountsAsNone) {
+    for (const off_t size : {off_t{0}, sizeThatCannotBeMapped}) {
+        const SizedBlock block(testPortBlock, size);
+        LinkState state;
+        state.port = 77;
+        testing::internal::CaptureStdout();
+        EXPECT_FALSE(state.readPort()) << size;
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), "Port share mem error!\n");
+        EXPECT_EQ(state.port, 77);
+    }
+}
+
+// A word that is cut off by the end of the block is 0.
+TEST(ReadStatus, ABlockMayEndBeforeTheFlag) {
+    const SizedBlock block(testStatusBlock, 2);
+    LinkState state;
+    state.status = 4;
+    state.linkFlag = 7;
+    EXPECT_TRUE(state.readStatus(true));
+    EXPECT_EQ(state.status, 0);
+    EXPECT_EQ(state.linkFlag, 0);
+}
+
+#endif

@@ -6,6 +6,7 @@
 
 #include "link/link_state.h"
 #include "tests/platform/installation.h"
+#include "tests/platform/machine_record.h"
 
 namespace {
 
@@ -42,6 +43,26 @@ TEST(FindInstallFolder, IsThePathOfTheIconWithoutItsName) {
     EXPECT_EQ(FindInstallFolder(), u"a");
     installation.unregister();
     EXPECT_EQ(FindInstallFolder(), u"");
+}
+
+TEST(FindInstallFolder, IsThatOfTheMachineWhereTheUserHasNone) {
+    const TemporaryFolder other;
+    const std::string separator = Installation::separator();
+    const MachineRecord machine(other.path().string() + separator + "q7_launcher.exe");
+    if (!machine.problem().empty()) GTEST_SKIP() << machine.problem();
+    std::ofstream(other / "config.ini") << "[Version]\nInstallerVersion=3.1\n";
+    Installation user("2.4");
+    EXPECT_EQ(FindInstallFolder(), wide(user.folder()));
+    EXPECT_EQ(ReadInstalledVersion(), u"2.4");
+    // A record that names no folder is passed over too.
+    user.registerIcon(separator + "q7_launcher.exe");
+    EXPECT_EQ(FindInstallFolder(), wide(other.path().string()));
+    user.unregister();
+    EXPECT_EQ(FindInstallFolder(), wide(other.path().string()));
+    EXPECT_EQ(ReadInstalledVersion(), u"3.1");
+    EXPECT_TRUE(SetRenderPath(u"no such folder"));
+    EXPECT_EQ(linkState().renderPath, wide(other.path().string()));
+    linkState().renderPath.clear();
 }
 
 TEST(IsRenderPathComplete, NeedsAllThreePrograms) {

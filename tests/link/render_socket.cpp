@@ -2,8 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include "api/q7plugin.h"
 #include "link/link_state.h"
 #include "tests/fake_renderer.h"
+#include "tests/host_text.h"
+#include "tests/platform/loaded_library.h"
+#include "tests/platform/socket_delay.h"
 
 namespace {
 
@@ -93,6 +97,14 @@ TEST(SocketConnect, ClosesTheConnectionThatItReplaces) {
     EXPECT_TRUE(SocketConnect(link, renderer.port()));
     SendWord(link, 5);
     renderer.finish();
+    CloseLink(link);
+}
+
+TEST(SocketConnect, SmallWritesGoOutAtOnce) {
+    FakeRenderer renderer;
+    RenderSocket link;
+    EXPECT_TRUE(SocketConnect(link, renderer.port()));
+    EXPECT_TRUE(sendsWithoutDelay(link.socket));
     CloseLink(link);
 }
 
@@ -200,6 +212,32 @@ TEST(RenderSocketRecord, ClosesItsConnectionWhenItGoes) {
 }
 
 #endif
+
+// A host may unload the library in the middle of everything.
+TEST(RenderSocketRecord, ClosesItsConnectionWhenTheLibraryIsUnloaded) {
+    LoadedLibrary library(Q7_LIBRARY);
+    auto* const createSession = library.find<decltype(CreateSession)>("CreateSession");
+    auto* const startLink = library.find<decltype(StartLinkQ7Render)>("StartLinkQ7Render");
+    auto* const connect = library.find<decltype(Q7ProcessedSyncConnect)>("Q7ProcessedSyncConnect");
+    auto* const destroySession = library.find<decltype(DestroySession)>("DestroySession");
+    ASSERT_TRUE(createSession && startLink && connect && destroySession);
+    bool sawTheEnd = false;
+    FakeRenderer renderer;
+    renderer.serve({[&](Peer& peer) {
+        EXPECT_EQ(peer.word(), 7U);
+        peer.string();
+        peer.sendWord(0);
+        sawTheEnd = peer.atEnd();
+    }});
+    EXPECT_EQ(startLink(Q7T("")), 0U);
+    void* const session = createSession();
+    EXPECT_EQ(connect(session), ConnectRet_Accepted);
+    destroySession(session);
+    library.unload();
+    EXPECT_FALSE(library.isInProcess());
+    renderer.finish();
+    EXPECT_TRUE(sawTheEnd);
+}
 
 TEST(ReceiveString, AShortReplyLeavesZeros) {
     EXPECT_EQ(receivedString(wordBytes(4) + "ab"), WideString(u"ab\0\0", 4));

@@ -9,7 +9,7 @@ namespace q7inspect {
 
 enum ExitCode : int {
     exitGood = 0,
-    exitFaults = 1,   // the file is not a valid stream, or two describe different scenes
+    exitFaults = 1,   // the file is not valid, or two describe different scenes
     exitFailure = 2,  // bad usage, or a file that cannot be read or written
 };
 

@@ -5,6 +5,7 @@
 
 #include "common/material_xml.h"
 #include "common/text_output.h"
+#include "inspect/json_lines.h"
 #include "inspect/scene.h"
 
 namespace q7inspect {
@@ -29,20 +30,8 @@ ordered_json propertiesJson(const q7tools::TypedMaterial& typed) {
 }
 
 ordered_json materialJson(const StreamMaterial& material) {
-    const bool typed = q7tools::isTypedMaterial(material.xml);
-    ordered_json json{{"offset", material.offset},
-                      {"name", allToUtf8(material.name)},
-                      {"kind", typed ? "typed" : "text"},
-                      {"xml", allToUtf8(material.xml)}};
-    if (!typed) return json;
-    try {
-        const q7tools::TypedMaterial content = q7tools::readTypedMaterial(material.xml);
-        json["id"] = allToUtf8(content.id);
-        json["type"] = allToUtf8(content.type);
-        json["properties"] = propertiesJson(content);
-    } catch (const q7tools::FormatError& error) {
-        json["fault"] = error.what();
-    }
+    ordered_json json{{"offset", material.offset}, {"name", allToUtf8(material.name)}};
+    json.update(materialTextJson(material.xml));
     return json;
 }
 
@@ -73,22 +62,22 @@ ordered_json boundsJson(const StreamModel& model, const MeshLookup& lookup) {
     return {{"lowest", bounds->lowest}, {"highest", bounds->highest}, {"exact", bounds->exact}};
 }
 
-void printMember(std::ostream& out, std::string_view key, const ordered_json& value) {
-    out << "  \"" << key << "\": " << value.dump() << ",\n";
-}
-
-// Record by record: a scene may have millions of them.
-template <class Records, class ToJson>
-void printRecords(std::ostream& out, std::string_view key, const Records& records,
-                  const ToJson& toJson) {
-    out << "  \"" << key << "\": [";
-    for (std::size_t i = 0; i < records.size(); ++i) {
-        out << (i == 0 ? "\n    " : ",\n    ") << toJson(i).dump();
-    }
-    out << (records.empty() ? "]" : "\n  ]");
-}
-
 }  // namespace
+
+ordered_json materialTextJson(WideView xml) {
+    const bool typed = q7tools::isTypedMaterial(xml);
+    ordered_json json{{"kind", typed ? "typed" : "text"}, {"xml", allToUtf8(xml)}};
+    if (!typed) return json;
+    try {
+        const q7tools::TypedMaterial content = q7tools::readTypedMaterial(xml);
+        json["id"] = allToUtf8(content.id);
+        json["type"] = allToUtf8(content.type);
+        json["properties"] = propertiesJson(content);
+    } catch (const q7tools::FormatError& error) {
+        json["fault"] = error.what();
+    }
+    return json;
+}
 
 void printJson(std::ostream& out, std::string_view fileName, const StreamModel& model) {
     const MeshLookup lookup(model);

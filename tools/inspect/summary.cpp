@@ -22,13 +22,6 @@ using q7tools::StreamModel;
 
 namespace {
 
-constexpr std::size_t shownRows = 20;
-
-void printFact(std::ostream& out, std::string_view name, std::string_view value) {
-    out << "  " << q7tools::padRight(name, 18) << (value.empty() ? "(empty)" : printable(value))
-        << '\n';
-}
-
 std::string memberText(const nlohmann::json& header, const char* key) {
     const auto member = header.find(key);
     if (member == header.end()) return "(missing)";
@@ -65,17 +58,6 @@ void printBounds(std::ostream& out, const StreamModel& model, const MeshLookup& 
     printFact(out, bounds->exact ? "world bounds" : "bounds at most",
               pointText(bounds->lowest) + " to " + pointText(bounds->highest));
     printFact(out, "world size", pointText(size));
-}
-
-// The title of a table, and how many rows of it to print.
-std::size_t beginTable(std::ostream& out, std::string_view title, std::size_t rows, bool all) {
-    out << '\n' << title << " (" << std::to_string(rows) << ")\n";
-    return all ? rows : std::min(rows, shownRows);
-}
-
-void endTable(std::ostream& out, const Table& table, std::size_t rows, std::size_t shown) {
-    if (rows != 0) table.print(out);
-    if (shown < rows) out << "  ... and " << std::to_string(rows - shown) << " more\n";
 }
 
 std::string propertyCount(const StreamMaterial& material) {

@@ -33,4 +33,20 @@ void Table::print(std::ostream& out) const {
         printRow(row);
 }
 
+void printFact(std::ostream& out, std::string_view name, std::string_view value) {
+    out << "  " << q7tools::padRight(name, 18)
+        << (value.empty() ? "(empty)" : q7tools::printable(value)) << '\n';
+}
+
+std::size_t beginTable(std::ostream& out, std::string_view title, std::size_t rows, bool all) {
+    constexpr std::size_t shownRows = 20;
+    out << '\n' << title << " (" << std::to_string(rows) << ")\n";
+    return all ? rows : std::min(rows, shownRows);
+}
+
+void endTable(std::ostream& out, const Table& table, std::size_t rows, std::size_t shown) {
+    if (rows != 0) table.print(out);
+    if (shown < rows) out << "  ... and " << std::to_string(rows - shown) << " more\n";
+}
+
 }  // namespace q7inspect

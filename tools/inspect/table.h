@@ -1,9 +1,11 @@
-// Rows of text in columns that line up.
+// The parts of reports for people: facts, and rows of text in columns that line up.
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace q7inspect {
@@ -29,5 +31,14 @@ class Table {
     std::vector<Column> columns_;
     std::vector<std::vector<std::string>> rows_;
 };
+
+// One line with a name and a value.
+void printFact(std::ostream& out, std::string_view name, std::string_view value);
+
+// The title of a table. Gives the number of its rows to add: all of them if asked for.
+std::size_t beginTable(std::ostream& out, std::string_view title, std::size_t rows, bool all);
+
+// The table itself, and how many rows it leaves out.
+void endTable(std::ostream& out, const Table& table, std::size_t rows, std::size_t shown);
 
 }  // namespace q7inspect

@@ -55,6 +55,26 @@ void expectLinked(const std::string& when) {
                         ", so the scene went nowhere or arrived in part");
 }
 
+double sendScene(void* session, LiveForm form) {
+    connectOrThrow(session, form);
+    const Disconnecting atTheEnd(session);
+    const auto start = std::chrono::steady_clock::now();
+    if (form == LiveForm::raw) {
+        Q7SendRaw(session);
+    } else {
+        Q7SendProcessed(session);
+    }
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    return time.count();
+}
+
+void sendMessages(void* session, const MessageCounts& messages) {
+    if (messages.cameras > 0) Q7SendCamera(session);
+    if (messages.lights > 0) Q7SendLights(session);
+    if (messages.cameras > 0) Q7SendScenes(session);
+    if (messages.animations > 0) Q7SendCameraAnims(session);
+}
+
 }  // namespace
 
 const char* nameOf(LiveForm form) {
@@ -115,20 +135,15 @@ void linkRenderer(const std::filesystem::path& pluginFile) {
     if (!fault.empty()) throw RendererError(fault);
 }
 
-double sendLive(void* session, LiveForm form, bool genMaterials) {
+double sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages) {
     SetGenMatInstances(session, genMaterials ? 1 : 0);
     expectLinked("before the connection");
-    connectOrThrow(session, form);
-    const Disconnecting atTheEnd(session);
-    const auto start = std::chrono::steady_clock::now();
-    if (form == LiveForm::raw) {
-        Q7SendRaw(session);
-    } else {
-        Q7SendProcessed(session);
-    }
-    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    Q7SendMetaData(session);
+    const double seconds = sendScene(session, form);
     expectLinked("after the send");
-    return time.count();
+    sendMessages(session, messages);
+    expectLinked("after the messages");
+    return seconds;
 }
 
 }  // namespace q7send

@@ -1,6 +1,7 @@
 // The way to a running renderer, through the exported functions alone.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <stdexcept>
@@ -13,6 +14,14 @@ namespace q7send {
 enum class LiveForm { raw, processed, group };
 
 const char* nameOf(LiveForm form);
+
+// What there is to tell a renderer beside a scene and its metadata.
+struct MessageCounts {
+    std::size_t cameras = 0;  // the first is the view, and each is a scene
+    std::size_t lights = 0;
+    std::size_t animations = 0;
+    std::size_t frames = 0;
+};
 
 // The renderer did not take the scene: the reason, in one line.
 class RendererError : public std::runtime_error {
@@ -27,10 +36,12 @@ std::string connectFault(std::int32_t result);
 // Starts the renderer when there is none, and waits until it is linked. Throws RendererError.
 void linkRenderer(const std::filesystem::path& pluginFile);
 
-// Connects, sends what the session holds, and disconnects. Gives the seconds that the send took.
+// Sends the metadata, connects, sends what the session holds, and disconnects; then sends the camera,
+// lights, scenes and camera animations, each if there are any: a message during the connection would
+// be dropped. Gives the seconds that the send of the scene took.
 // Throws RendererError, also when the renderer is not linked any more afterwards: the library counts
 // one that cannot be reached as connected. It tells nothing of a broken connection, so one to a
 // renderer that shows itself as linked goes unnoticed.
-double sendLive(void* session, LiveForm form, bool genMaterials);
+double sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages);
 
 }  // namespace q7send

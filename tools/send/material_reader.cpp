@@ -88,6 +88,13 @@ bool hasProperty(const SceneMaterial& material, WideView name) {
     return false;
 }
 
+bool isEmbedded(const SceneMaterial& material, WideView name) {
+    for (const auto& [property, texture] : material.embedded) {
+        if (property == name) return true;
+    }
+    return false;
+}
+
 class TextureReader {
   public:
     TextureReader(const aiScene& source, const std::filesystem::path& folder)
@@ -99,7 +106,8 @@ class TextureReader {
             if (from.GetTexture(use.type, 0, &path) != aiReturn_SUCCESS || path.length == 0)
                 continue;
             if (hasProperty(material, use.name)) continue;
-            if (auto value = pathText(path)) addText(material, use.name, std::move(*value));
+            if (isEmbedded(material, use.name)) continue;
+            addTexture(path, use.name, material);
         }
     }
 
@@ -107,15 +115,20 @@ class TextureReader {
     std::size_t missingCount() const { return missing_.size(); }
 
   private:
-    std::optional<WideString> pathText(const aiString& path) {
+    void addTexture(const aiString& path, const char16_t* name, SceneMaterial& material) {
         const std::string text(view(path));
-        if (const auto file = paths_.find(text)) return cleanText(q7tools::pathToUtf8(*file));
-        if (text.starts_with('*') || source_.GetEmbeddedTexture(path.C_Str()) != nullptr) {
+        if (const auto file = paths_.find(text)) {
+            addText(material, name, cleanText(q7tools::pathToUtf8(*file)));
+            return;
+        }
+        const int index = source_.GetEmbeddedTextureAndIndex(path.C_Str()).second;
+        if (text.starts_with('*') || index >= 0) {
             embedded_.insert(text);
-            return std::nullopt;
+            if (index >= 0) material.embedded.emplace_back(name, static_cast<std::size_t>(index));
+            return;
         }
         missing_.insert(text);
-        return cleanText(text);
+        addText(material, name, cleanText(text));
     }
 
     const aiScene& source_;

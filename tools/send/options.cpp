@@ -5,6 +5,7 @@
 
 #include "common/files.h"
 #include "send/clean_text.h"
+#include "send/entity_properties.h"
 #include "send/material_properties.h"
 
 namespace q7send {
@@ -34,6 +35,12 @@ constexpr char guide[] = R"text(Examples:
       Merged, and with an instance for each material, so that the renderer also learns of those
       that nothing uses.
 
+  q7-send car.fbx --q7a car.q7a
+      An archive: the stream, the list of materials and the texture files, in one file.
+
+  q7-send car.fbx --q7a car.q7a --pack car.fbx
+      The same, with the file itself in the place of the stream.
+
   q7-send car.fbx --stream out/car.q7mesh --materials out/car.xml
       Both. The folder "out" must exist; files that are there are replaced.
 
@@ -41,8 +48,9 @@ What becomes of the scene:
   Polygons become triangles that share vertices, with smooth normals where the file has none.
   Nodes keep their place in the world and their path from the root. Nodes with the same meshes are
   handed over once and then duplicated. Names that would become one in the library get a number:
-  "Wheel", "Wheel (2)". Points and lines, embedded textures, cameras, lights and animation are left
-  out. With --processed, triangles share vertices only in meshes of several nodes, since merging drops
+  "Wheel", "Wheel (2)". Points and lines are left out. Textures that the file holds itself become
+  files of an archive and are left out elsewhere. Cameras, lights and camera animations go to the
+  renderer, not into files. With --processed, triangles share vertices only in meshes of several nodes, since merging drops
   the indices; the meshes that were merged stay in the stream, without instances.
 
 With --live the library prints what it does while it starts the renderer and links to it. That lasts
@@ -50,8 +58,22 @@ as long as the renderer needs. --group opens the connection for a group of model
 with --processed. A renderer that unlinks or ends while the scene goes to it shows afterwards; a
 connection that breaks does not show while the renderer stays linked.
 
+Before the scene goes its metadata; then follow, as messages of their own: the first camera as the view,
+the lights, every camera as a scene (a named view), and the camera animations. What the file has none of
+is not sent. A camera moves with its node and those above it: a frame holds its place in the world at
+the time of each key, in seconds. Handles of the curves are absolute, a third of the way to the
+neighbouring frames. Groups of lights are the nodes above them.
+
+An archive is complete, or not made at all. When the library cannot make it, it says so in a line of
+its own.
+
 Materials are of type 0 and have these properties, as far as the file tells them:
 )text";
+
+constexpr char entityGuide[] = R"(
+The messages have these properties: c the camera, s scenes, l lights, a camera animations, whose frames
+have Position, Direction and Up, and m the metadata, which also has what the file tells of itself:
+)";
 
 constexpr char closing[] = R"(
 Texture files are looked for in the model's folder; those that are not found keep the path that the
@@ -61,12 +83,21 @@ Exit status: 0 when all was written and sent, 1 when a file cannot be read or wr
 did not take the scene, 2 when the command line is wrong. A run that fails leaves all files as they were.
 )";
 
+void addTable(std::string& text, WideView name, const std::string& meaning) {
+    std::string cell = wideToUtf8(name);
+    cell.resize(26, ' ');
+    text += "  " + cell + meaning + '\n';
+}
+
 std::string footer() {
     std::string text = guide;
-    for (const PropertyDescription& property : propertyDescriptions) {
-        std::string name = wideToUtf8(property.name);
-        name.resize(26, ' ');
-        text += "  " + name + property.meaning + '\n';
+    for (const PropertyDescription& property : propertyDescriptions)
+        addTable(text, property.name, property.meaning);
+    text += entityGuide;
+    for (const EntityPropertyDescription& property : entityPropertyDescriptions) {
+        std::string owners = property.owners;
+        owners.resize(7, ' ');
+        addTable(text, property.name, owners + property.meaning);
     }
     return text + closing;
 }
@@ -93,7 +124,7 @@ void addForms(CLI::App& app, Chosen& chosen) {
                  "With --live: an instance for each material too");
 }
 
-// What is wrong with the choice, or nothing.
+// What is wrong with the choice, or nothing. hasStream: whether a file takes the scene in a form.
 std::string faultOf(const Chosen& chosen, bool hasStream) {
     if (int{chosen.raw} + int{chosen.processed} + int{chosen.group} > 1) {
         return "--raw, --processed and --group exclude each other";
@@ -102,8 +133,8 @@ std::string faultOf(const Chosen& chosen, bool hasStream) {
     if (chosen.group) return "--group is of use with --live only";
     if (chosen.genMaterials) return "--gen-materials is of use with --live only";
     if (hasStream) return {};
-    if (chosen.raw) return "--raw is of use with --live or --stream only";
-    if (chosen.processed) return "--processed is of use with --live or --stream only";
+    if (chosen.raw) return "--raw is of use with --live, --stream or --q7a only";
+    if (chosen.processed) return "--processed is of use with --live, --stream or --q7a only";
     return {};
 }
 
@@ -111,6 +142,24 @@ std::optional<LiveForm> liveFormOf(const Chosen& chosen) {
     if (!chosen.live) return std::nullopt;
     if (chosen.group) return LiveForm::group;
     return chosen.processed ? LiveForm::processed : LiveForm::raw;
+}
+
+// Two outputs that would be one file, or nothing.
+std::string clashOf(const Options& options) {
+    const std::pair<const char*, const std::optional<std::filesystem::path>*> outputs[] = {
+        {"--stream", &options.stream},
+        {"--materials", &options.materials},
+        {"--q7a", &options.archive}};
+    for (std::size_t i = 1; i < std::size(outputs); ++i) {
+        for (std::size_t j = 0; j < i; ++j) {
+            const auto& [name, path] = outputs[i];
+            const auto& [otherName, other] = outputs[j];
+            if (*path && *other && (*path)->lexically_normal() == (*other)->lexically_normal()) {
+                return std::string(otherName) + " and " + name + " name the same file";
+            }
+        }
+    }
+    return {};
 }
 
 }  // namespace
@@ -121,12 +170,19 @@ std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string
     std::string model;
     std::string stream;
     std::string materials;
+    std::string archive;
+    std::string packed;
     Chosen chosen;
     app.add_option("MODEL", model, "The 3D file to read")->required()->type_name("");
     app.add_option("--stream", stream, "Write the scene as a model stream")
         ->type_name("OUT.q7mesh");
     addForms(app, chosen);
     app.add_option("--materials", materials, "Write the list of materials")->type_name("OUT.xml");
+    app.add_option("--q7a", archive,
+                   "Write the scene with its materials and textures as an archive")
+        ->type_name("OUT.q7a");
+    app.add_option("--pack", packed, "With --q7a: this file in the place of the scene")
+        ->type_name("FILE");
     app.set_version_flag("--version", "q7-send " + version, "Print the version and exit");
     app.set_help_flag("--help,-h", "Print this help and exit");
     app.footer(footer());
@@ -143,21 +199,24 @@ std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string
         return UsageError{singleLine(error.what())};
     }
     if (model.empty()) return UsageError{"MODEL is empty"};
-    if (stream.empty() && materials.empty() && !chosen.live) {
-        return UsageError{"nothing to do: give --live, --stream or --materials"};
+    if (stream.empty() && materials.empty() && archive.empty() && !chosen.live) {
+        return UsageError{"nothing to do: give --live, --stream, --materials or --q7a"};
     }
-    const std::string fault = faultOf(chosen, !stream.empty());
+    if (archive.empty() && !packed.empty()) return UsageError{"--pack is of use with --q7a only"};
+    const bool archivesScene = !archive.empty() && packed.empty();
+    const std::string fault = faultOf(chosen, !stream.empty() || archivesScene);
     if (!fault.empty()) return UsageError{fault};
-    Options options{q7tools::pathFromUtf8(model),
-                    optionalPath(stream),
-                    chosen.processed || chosen.group ? StreamForm::processed : StreamForm::raw,
-                    optionalPath(materials),
-                    liveFormOf(chosen),
-                    chosen.genMaterials};
-    if (options.stream && options.materials &&
-        options.stream->lexically_normal() == options.materials->lexically_normal()) {
-        return UsageError{"--stream and --materials name the same file"};
-    }
+    const Options options{
+        .model = q7tools::pathFromUtf8(model),
+        .stream = optionalPath(stream),
+        .form = chosen.processed || chosen.group ? StreamForm::processed : StreamForm::raw,
+        .materials = optionalPath(materials),
+        .archive = optionalPath(archive),
+        .packed = optionalPath(packed),
+        .live = liveFormOf(chosen),
+        .genMaterials = chosen.genMaterials};
+    const std::string clash = clashOf(options);
+    if (!clash.empty()) return UsageError{clash};
     return options;
 }
 

@@ -16,6 +16,8 @@ struct Options {
     std::optional<std::filesystem::path> stream;
     StreamForm form = StreamForm::raw;
     std::optional<std::filesystem::path> materials;
+    std::optional<std::filesystem::path> archive;
+    std::optional<std::filesystem::path> packed;  // goes into the archive in the model's place
     std::optional<LiveForm> live;
     bool genMaterials = false;
 };

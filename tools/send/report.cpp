@@ -50,7 +50,8 @@ std::string sizeText(std::uintmax_t bytes) {
     return std::to_string(tenths / 10) + '.' + std::to_string(tenths % 10) + units[unit];
 }
 
-std::string notes(const Scene& scene, const SendTotals& totals) {
+std::string notes(const Scene& scene, const SendTotals& totals,
+                  const std::optional<Archived>& archived) {
     std::string text;
     if (totals.triangles == 0) text += note("the scene has no triangles");
     if (scene.pointsAndLines > 0) {
@@ -61,7 +62,11 @@ std::string notes(const Scene& scene, const SendTotals& totals) {
         text += note(counted(scene.unplaced, "point or node", "points and nodes") +
                      " with infinite coordinates moved to the origin");
     }
-    if (scene.embeddedTextures > 0) {
+    if (scene.embeddedTextures > 0 && archived) {
+        const std::string embedded =
+            counted(scene.embeddedTextures, "embedded texture", "embedded textures");
+        if (!archived->isOnlyOutput) text += note(embedded + " in the archive only");
+    } else if (scene.embeddedTextures > 0) {
         text += note(counted(scene.embeddedTextures, "embedded texture", "embedded textures") +
                      " without a file of their own left out");
     }
@@ -69,7 +74,23 @@ std::string notes(const Scene& scene, const SendTotals& totals) {
         text +=
             note(counted(scene.missingTextures, "texture file", "texture files") + " not found");
     }
+    if (archived && archived->displaced > 0) {
+        text += note(counted(archived->displaced, "texture", "textures") +
+                     " not in the archive, which has one of the same file name");
+    }
     return text;
+}
+
+std::string messageLine(const MessageCounts& messages) {
+    std::string line = "messages: metadata";
+    if (messages.cameras > 0) line += ", camera";
+    if (messages.lights > 0) line += ", " + counted(messages.lights, "light", "lights");
+    if (messages.cameras > 0) line += ", " + counted(messages.cameras, "scene", "scenes");
+    if (messages.animations > 0) {
+        line += ", " + counted(messages.animations, "camera animation", "camera animations") +
+                " of " + counted(messages.frames, "frame", "frames");
+    }
+    return line + '\n';
 }
 
 std::string closingLine(const std::filesystem::path& model, const SendTotals& totals,
@@ -85,7 +106,9 @@ std::string closingLine(const std::filesystem::path& model, const SendTotals& to
         separator = ", ";
     }
     for (const WrittenFile& file : files) {
-        line += separator + pathName(file.path) + " (" + sizeText(file.size) + ')';
+        line += separator + pathName(file.path) + " (" + sizeText(file.size);
+        if (file.textures) line += ", " + counted(*file.textures, "texture", "textures");
+        line += ')';
         separator = ", ";
     }
     return line + '\n';

@@ -14,19 +14,32 @@ namespace q7send {
 struct WrittenFile {
     std::filesystem::path path;
     std::uintmax_t size = 0;
+    std::optional<std::size_t> textures = {};  // of an archive
 };
 
-// What went to the renderer, and how long that took.
+// What went to the renderer, and how long the scene itself took.
 struct Delivery {
     LiveForm form = LiveForm::raw;
     double seconds = 0;
+    MessageCounts messages = {};
+};
+
+// What an archive has beside the scene.
+struct Archived {
+    std::size_t textures = 0;
+    std::size_t displaced = 0;  // left out, since one of their name is there
+    bool isOnlyOutput = true;
 };
 
 // "512 bytes", "1.5 kB", "23.0 MB": units of a thousand.
 std::string sizeText(std::uintmax_t bytes);
 
 // A line for each kind of thing that the scene has and the files do not, or nothing.
-std::string notes(const Scene& scene, const SendTotals& totals);
+std::string notes(const Scene& scene, const SendTotals& totals,
+                  const std::optional<Archived>& archived = {});
+
+// One line: what went to the renderer beside the scene.
+std::string messageLine(const MessageCounts& messages);
 
 // One line: what went where, and to the renderer how fast.
 std::string closingLine(const std::filesystem::path& model, const SendTotals& totals,

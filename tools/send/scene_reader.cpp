@@ -15,9 +15,15 @@
 #include <system_error>
 
 #include "common/files.h"
+#include "send/camera_path_reader.h"
+#include "send/camera_reader.h"
 #include "send/clean_text.h"
+#include "send/embedded_textures.h"
+#include "send/light_reader.h"
 #include "send/material_reader.h"
 #include "send/mesh_vertices.h"
+#include "send/node_table.h"
+#include "send/remark_reader.h"
 #include "send/transform.h"
 
 namespace q7send {
@@ -94,6 +100,10 @@ class SceneBuilder {
         readMaterials(source_, scene_);
         readMeshes();
         if (source_.mRootNode != nullptr) readNodes(*source_.mRootNode);
+        readRemarks(source_, scene_);
+        readCameras(source_, nodeTable_, scene_);
+        readLights(source_, nodeTable_, scene_);
+        readCameraPaths(source_, nodeTable_, scene_);
         return std::move(scene_);
     }
 
@@ -192,7 +202,7 @@ class SceneBuilder {
         SceneNode node;
         node.name = cleanText(source.mName.C_Str());
         node.parent = parent;
-        node.world = transposed(rows(source.mTransformation));
+        node.world = transformOf(source.mTransformation);
         if (parent) node.world = worldTransform(node.world, scene_.nodes[*parent].world);
         if (!isFinite(node.world)) {
             node.world = identity;
@@ -207,11 +217,7 @@ class SceneBuilder {
             if (meshNumbers_[mesh]) node.meshes.push_back(*meshNumbers_[mesh]);
         }
         scene_.nodes.push_back(std::move(node));
-    }
-
-    static Transform rows(const aiMatrix4x4& m) {
-        return {m.a1, m.a2, m.a3, m.a4, m.b1, m.b2, m.b3, m.b4,
-                m.c1, m.c2, m.c3, m.c4, m.d1, m.d2, m.d3, m.d4};
+        nodeTable_.add(source);
     }
 
     FileError badVertex(const aiMesh& mesh, unsigned index) const {
@@ -224,11 +230,12 @@ class SceneBuilder {
     const fs::path& path_;
     Scene scene_;
     std::vector<std::optional<std::size_t>> meshNumbers_;
+    NodeTable nodeTable_;
 };
 
 }  // namespace
 
-Scene readScene(const fs::path& path, const ProgressFunction& progress) {
+Scene readScene(const fs::path& path, const ProgressFunction& progress, EmbeddedTextures embedded) {
     checkReadable(path);
     Assimp::Importer importer;
     // The importer deletes its handler.
@@ -240,7 +247,9 @@ Scene readScene(const fs::path& path, const ProgressFunction& progress) {
         source = importer.ReadFile(q7tools::pathToUtf8(path), processing);
     }
     if (source == nullptr) throw FileError(path, refusalReason(importer.GetErrorString()));
-    return SceneBuilder(*source, path).build();
+    Scene scene = SceneBuilder(*source, path).build();
+    if (embedded == EmbeddedTextures::read) readTextures(*source, scene);
+    return scene;
 }
 
 }  // namespace q7send

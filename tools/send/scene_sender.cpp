@@ -9,6 +9,7 @@
 #include "q7plugin.h"
 #include "send/host_text.h"
 #include "send/mesh_sharing.h"
+#include "send/scene_entities.h"
 #include "send/scene_names.h"
 
 namespace q7send {
@@ -165,6 +166,7 @@ SendTotals SceneSender::describe(const Scene& scene, std::string_view programVer
     description.addHeader(programVersion);
     description.addMaterials();
     description.addNodes(progress);
+    describeEntities(session_, scene, description.totals(), programVersion);
     return description.totals();
 }
 
@@ -173,12 +175,34 @@ void SceneSender::saveStream(const std::filesystem::path& path, StreamForm form)
     save(session_, HostText(wide(path)));
 }
 
-double SceneSender::sendLive(LiveForm form, bool genMaterials) {
-    return q7send::sendLive(session_, form, genMaterials);
+double SceneSender::sendLive(LiveForm form, bool genMaterials, const MessageCounts& messages) {
+    return q7send::sendLive(session_, form, genMaterials, messages);
 }
 
 void SceneSender::saveMaterials(const std::filesystem::path& path) {
     Q7SaveMaterialToFile(session_, HostText(wide(path)));
+}
+
+void SceneSender::setEmbeddedTextures(const Scene& scene,
+                                      const std::vector<std::filesystem::path>& files) {
+    const SceneNames names(scene);
+    for (std::size_t i = 0; i < scene.materials.size(); ++i) {
+        for (const auto& [property, texture] : scene.materials[i].embedded) {
+            if (files.at(texture).empty()) continue;
+            Q7SetMaterialStringProperty(session_, HostText(names.material(i)), HostText(property),
+                                        HostText(wide(files[texture])));
+        }
+    }
+}
+
+bool SceneSender::saveArchive(const std::filesystem::path& path, StreamForm form) {
+    const auto save = form == StreamForm::raw ? Q7SaveRawToQ7a : Q7SaveProcessedToQ7a;
+    return save(session_, HostText(wide(path))) != 0;
+}
+
+bool SceneSender::saveArchiveOf(const std::filesystem::path& packed,
+                                const std::filesystem::path& path) {
+    return Q7SaveExtToQ7a(session_, HostText(wide(packed)), HostText(wide(path))) != 0;
 }
 
 }  // namespace q7send

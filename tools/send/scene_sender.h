@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <functional>
 #include <string_view>
+#include <vector>
 
 #include "send/live.h"
 #include "send/scene.h"
@@ -41,8 +42,17 @@ class SceneSender {
     void saveStream(const std::filesystem::path& path, StreamForm form);
     void saveMaterials(const std::filesystem::path& path);
 
+    // From here on the textures that the scene's file holds itself are known by these files, in the
+    // order of their indices, in what is saved and sent. An empty path names none.
+    void setEmbeddedTextures(const Scene& scene, const std::vector<std::filesystem::path>& files);
+
+    // Whether the library made the archive, by its own account: with the model, or with a file in
+    // its place. Paths are absolute.
+    bool saveArchive(const std::filesystem::path& path, StreamForm form);
+    bool saveArchiveOf(const std::filesystem::path& packed, const std::filesystem::path& path);
+
     // Sends to the renderer that is linked: see live.h.
-    double sendLive(LiveForm form, bool genMaterials);
+    double sendLive(LiveForm form, bool genMaterials, const MessageCounts& messages);
 
   private:
     void* session_;

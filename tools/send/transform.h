@@ -1,6 +1,8 @@
 // Placements of nodes.
 #pragma once
 
+#include <optional>
+
 #include "send/scene.h"
 
 namespace q7send {
@@ -11,5 +13,9 @@ Transform transposed(const Transform& matrix);
 
 // The placement of a child whose own transform is relative to its parent's.
 Transform worldTransform(const Transform& local, const Transform& parentWorld);
+
+// A place and a look within something, seen from the world. The directions get the length 1. Nothing
+// when that is no finite place, or gives no direction.
+std::optional<Pose> worldPose(const Pose& local, const Transform& world);
 
 }  // namespace q7send

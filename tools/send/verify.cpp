@@ -18,18 +18,20 @@ using q7tools::FileError;
 
 namespace {
 
-FileError incomplete(const OutputFile& file) {
+constexpr std::string_view endOfMaterials = "</Q7Materials_2>";
+
+FileError incomplete(const fs::path& target, const fs::path& place) {
     std::error_code error;
-    const fs::space_info space = fs::space(file.temporary(), error);
+    const fs::space_info space = fs::space(place, error);
     const bool isFull = !error && space.available == 0;
-    return {file.target(), isFull ? "the disk is full" : "could not be written to its end"};
+    return {target, isFull ? "the disk is full" : "could not be written to its end"};
 }
 
-void expectEqual(const OutputFile& file, const char* what, std::uint64_t sent,
+void expectEqual(const fs::path& target, const char* what, std::uint64_t sent,
                  std::uint64_t written) {
     if (sent == written) return;
-    throw FileError(file.target(), std::to_string(sent) + ' ' + what + " were sent, but " +
-                                       std::to_string(written) + " were written");
+    throw FileError(target, std::to_string(sent) + ' ' + what + " were sent, but " +
+                                std::to_string(written) + " were written");
 }
 
 // How many instances there were before merging. Each source of a merged mesh had one and is without
@@ -61,26 +63,38 @@ std::string lastBytes(const fs::path& path, std::size_t count) {
 
 }  // namespace
 
+void verifyStream(const q7tools::StreamModel& model, const fs::path& target, const SendTotals& sent,
+                  StreamForm form) {
+    expectEqual(target, "materials", sent.materials, model.materials.size());
+    expectEqual(target, "instances", sent.instances,
+                form == StreamForm::raw ? model.instances.size() : instancesBefore(model));
+    expectEqual(target, "triangles", sent.triangles, model.placedTriangleCount());
+}
+
 std::uintmax_t verifyStream(const OutputFile& file, const SendTotals& sent, StreamForm form) {
     if (!fs::exists(file.temporary())) throw FileError(file.target(), "could not be written");
     try {
         const q7tools::StreamModel model = q7tools::readStreamFile(file.temporary());
-        expectEqual(file, "materials", sent.materials, model.materials.size());
-        expectEqual(file, "instances", sent.instances,
-                    form == StreamForm::raw ? model.instances.size() : instancesBefore(model));
-        expectEqual(file, "triangles", sent.triangles, model.placedTriangleCount());
+        verifyStream(model, file.target(), sent, form);
         return model.size;
     } catch (const q7tools::FormatError&) {
-        throw incomplete(file);
+        throw incomplete(file.target(), file.temporary());
     }
+}
+
+void verifyMaterials(std::span<const std::byte> content, const fs::path& target) {
+    const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
+    if (text.ends_with('\n') && text.rfind(endOfMaterials) != std::string_view::npos) return;
+    throw incomplete(target, target.parent_path());
 }
 
 std::uintmax_t verifyMaterials(const OutputFile& file) {
     if (!fs::exists(file.temporary())) throw FileError(file.target(), "could not be written");
-    constexpr std::string_view end = "</Q7Materials_2>";
-    const std::string tail = lastBytes(file.temporary(), end.size() + 2);
-    const std::size_t found = tail.find(end);
-    if (found == std::string::npos || tail.back() != '\n') throw incomplete(file);
+    const std::string tail = lastBytes(file.temporary(), endOfMaterials.size() + 2);
+    const std::size_t found = tail.find(endOfMaterials);
+    if (found == std::string::npos || tail.back() != '\n') {
+        throw incomplete(file.target(), file.temporary());
+    }
     return fs::file_size(file.temporary());
 }
 

@@ -118,13 +118,17 @@ void receiveLightTexts(Connection& connection, Receipt& receipt) {
         {{"word", receipt.word()}, {"first", allToUtf8(first)}, {"second", allToUtf8(second)}});
 }
 
-void receiveJson(Connection& connection, Receipt& receipt, std::string_view kind) {
+// Gives the text in UTF-8.
+std::string receiveJson(Connection& connection, Receipt& receipt, std::string_view kind) {
     const std::uint64_t offset = connection.reader.offset();
     const WideString text = connection.reader.readString("JSON text", mostTextUnits);
-    reportFaults(connection.services.log, Place::Connection, offset, "JSON text",
-                 checkMessage(receipt.word(), text));
-    receipt.finish(std::string(kind) + ": JSON text of " + counted(text.size(), "unit", "units"),
-                   kind, allToUtf8(text));
+    const MessageFindings findings = checkMessage(receipt.word(), text);
+    reportFaults(connection.services.log, Place::Connection, offset, "JSON text", findings);
+    std::string utf8 = allToUtf8(text);
+    receipt.finish(std::string(kind) + ": " + findings.summary + "JSON text of " +
+                       counted(text.size(), "unit", "units"),
+                   kind, utf8);
+    return utf8;
 }
 
 void receiveCamera(Connection& connection, Receipt& receipt) {
@@ -140,7 +144,8 @@ void receiveLights(Connection& connection, Receipt& receipt) {
 }
 
 void receiveMetadata(Connection& connection, Receipt& receipt) {
-    receiveJson(connection, receipt, "metadata");
+    const std::string text = receiveJson(connection, receipt, "metadata");
+    if (const auto path = modelFilePathOf(text)) connection.services.metadata[*path] = text;
 }
 
 void receiveCameraAnimations(Connection& connection, Receipt& receipt) {
@@ -164,17 +169,27 @@ void answerSendModelType(Connection& connection, Receipt& receipt) {
     connection.services.behaviour.answerWord(connection.channel, "send model type", *type);
 }
 
+// The chosen text, or what came as metadata of that model, or nothing.
+std::string metadataOf(const Services& services, const std::string& modelFile) {
+    if (services.answers.metadata) return *services.answers.metadata;
+    const auto found = services.metadata.find(modelFile);
+    return found == services.metadata.end() ? std::string() : found->second;
+}
+
 void answerMetadata(Connection& connection, Receipt& receipt) {
     const WideString path = connection.reader.readString("model file path", mostPathUnits);
-    const Answers& answers = connection.services.answers;
+    const Services& services = connection.services;
+    const std::string metadata = metadataOf(services, allToUtf8(path));
     receipt.finish(
-        "metadata of " + inQuotes(path) + "? " + counted(answers.metadata.size(), "byte", "bytes"),
-        "metadata-request", {{"word", receipt.word()}, {"modelFilePath", allToUtf8(path)}});
-    const auto size = static_cast<std::uint32_t>(answers.metadata.size());
-    Behaviour& behaviour = connection.services.behaviour;
-    behaviour.answerWord(connection.channel, "metadata count",
-                         answers.metadataCount.value_or(size));
-    behaviour.answer(connection.channel, "metadata", std::as_bytes(std::span(answers.metadata)));
+        "metadata of " + inQuotes(path) + "? " + counted(metadata.size(), "byte", "bytes"),
+        "metadata-request",
+        {{"word", receipt.word()},
+         {"modelFilePath", allToUtf8(path)},
+         {"answerSize", metadata.size()}});
+    const std::uint32_t count =
+        services.answers.metadataCount.value_or(static_cast<std::uint32_t>(metadata.size()));
+    services.behaviour.answerWord(connection.channel, "metadata count", count);
+    services.behaviour.answer(connection.channel, "metadata", std::as_bytes(std::span(metadata)));
 }
 
 // The second path of a word 17.

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 
@@ -20,12 +21,15 @@ namespace q7standin {
 struct Answers {
     std::optional<std::uint32_t> reply = 0;  // to the words that open a sync connection
     std::optional<std::uint32_t> sendModelType = 0;
-    std::string metadata;                        // UTF-8
+    // UTF-8. Without one: the metadata that came last with the model's path, and none before that.
+    std::optional<std::string> metadata;
     std::optional<std::uint32_t> metadataCount;  // instead of its true size
 };
 
 struct Services {
     Answers answers;
+    // What came as metadata, by the model's path.
+    std::map<std::string, std::string> metadata = {};
     // How long to wait for what a client of the newer form sends next before it is taken for one
     // of the plain form. Milliseconds.
     int patience = 5000;

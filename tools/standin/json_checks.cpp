@@ -10,11 +10,15 @@
 namespace q7standin {
 
 using nlohmann::json;
+using nlohmann::ordered_json;
 using q7tools::counted;
 
 namespace {
 
-enum class Kind { Text, UnsignedNumber, List };
+// No message nests deeper than 6, and what goes through values is recursive.
+constexpr int mostLevels = 64;
+
+enum class Kind { Text, Number, UnsignedNumber, List };
 
 struct Member {
     std::string_view key;
@@ -32,12 +36,19 @@ constexpr Member lightMembers[] = {{"groups", Kind::List, false},
                                    {"lights", Kind::List, false},
                                    {"model_file_path", Kind::Text, true}};
 constexpr Member animationMembers[] = {{"CameraAnimations", Kind::List, true}};
+constexpr Member pointMembers[] = {{"LT", Kind::Number, true},
+                                   {"LV", Kind::Number, true},
+                                   {"RT", Kind::Number, true},
+                                   {"RV", Kind::Number, true},
+                                   {"V", Kind::Number, true}};
 constexpr Member pathMembers[] = {{"instance_paths", Kind::List, true}};
 
 std::string nameOf(Kind kind) {
     switch (kind) {
         case Kind::Text:
             return "a string";
+        case Kind::Number:
+            return "a number";
         case Kind::UnsignedNumber:
             return "an unsigned number";
         case Kind::List:
@@ -50,6 +61,9 @@ bool isOf(const json& value, Kind kind) {
     switch (kind) {
         case Kind::Text:
             return value.is_string();
+        case Kind::Number:
+            // The text of a number that is not finite.
+            return value.is_number() || value.is_null();
         case Kind::UnsignedNumber:
             return value.is_number_unsigned();
         case Kind::List:
@@ -62,69 +76,248 @@ std::string quotedText(std::string_view text) {
     return '"' + q7tools::printable(text) + '"';
 }
 
+class TooDeep {};
+
+// Discarded when the text is no JSON. Throws TooDeep.
+template <class Value>
+Value parsed(const std::string& utf8) {
+    const auto guard = [](int depth, typename Value::parse_event_t, Value&) {
+        if (depth > mostLevels) throw TooDeep();
+        return true;
+    };
+    return Value::parse(utf8, guard, false);
+}
+
+std::string memberName(const std::string& field, const std::string& key) {
+    return field.empty() ? quotedText(key) : field + '.' + q7tools::printable(key);
+}
+
+std::string elementName(const std::string& field, std::size_t index) {
+    return field + '[' + std::to_string(index) + ']';
+}
+
+void checkKeyOrder(const ordered_json& value, const std::string& field, JsonFaults& faults) {
+    if (value.is_array()) {
+        for (std::size_t i = 0; i < value.size(); ++i)
+            checkKeyOrder(value[i], elementName(field.empty() ? "text" : field, i), faults);
+    }
+    if (!value.is_object()) return;
+    std::string before;
+    for (const auto& [key, member] : value.items()) {
+        if (key < before) {
+            faults.errors.push_back(fault(field.empty() ? "text" : field, "keys in byte order",
+                                          quotedText(key) + " behind " + quotedText(before)));
+        }
+        before = key;
+        checkKeyOrder(member, memberName(field, key), faults);
+    }
+}
+
 // Discarded when the text is no JSON.
 json parse(WideView text, JsonFaults& faults) {
     const std::string utf8 = q7tools::allToUtf8(text);
-    json value = json::parse(utf8, nullptr, false);
+    json value(json::value_t::discarded);
+    try {
+        value = parsed<json>(utf8);
+    } catch (const TooDeep&) {
+        faults.errors.push_back(
+            fault("text", "at most " + std::to_string(mostLevels) + " levels", "more"));
+        return value;
+    }
     if (value.is_discarded()) {
         faults.errors.push_back(fault("text", "JSON", quotedText(utf8.substr(0, 60))));
     } else if (value.dump() != utf8) {
-        faults.remarks.emplace_back("the JSON text is not compact with its keys in order");
+        const std::size_t before = faults.errors.size();
+        checkKeyOrder(parsed<ordered_json>(utf8), {}, faults);
+        if (faults.errors.size() == before) {
+            faults.remarks.emplace_back("the JSON text is not compact");
+        }
     }
     return value;
 }
 
-void checkKnown(const json& object, std::span<const Member> members, JsonFaults& faults) {
+void checkKnown(const json& object, const std::string& field, std::span<const Member> members,
+                JsonFaults& faults) {
     for (const auto& item : object.items()) {
         bool isKnown = false;
         for (const Member& member : members)
             isKnown = isKnown || member.key == item.key();
-        if (!isKnown) faults.errors.push_back("unknown key " + quotedText(item.key()));
+        if (isKnown) continue;
+        const std::string start = field.empty() ? "" : field + ": ";
+        faults.errors.push_back(start + "unknown key " + quotedText(item.key()));
     }
 }
 
-// Whether the value is an object of exactly these members.
-bool checkMembers(const json& value, std::span<const Member> members, JsonFaults& faults) {
+void checkMember(const json& object, const std::string& field, const Member& member,
+                 JsonFaults& faults) {
+    const std::string key(member.key);
+    const auto found = object.find(key);
+    if (found == object.end()) {
+        if (!member.isRequired) return;
+        faults.errors.push_back(fault(memberName(field, key), nameOf(member.kind), "nothing"));
+    } else if (!isOf(*found, member.kind)) {
+        faults.errors.push_back(
+            fault(memberName(field, key), nameOf(member.kind), found->type_name()));
+    }
+}
+
+// Whether the value is an object of exactly these members. An empty field is the whole text.
+bool checkMembers(const json& value, const std::string& field, std::span<const Member> members,
+                  JsonFaults& faults) {
     if (value.is_discarded()) return false;
     if (!value.is_object()) {
-        faults.errors.push_back(fault("text", "a JSON object", value.type_name()));
+        faults.errors.push_back(fault(field.empty() ? "text" : field,
+                                      field.empty() ? "a JSON object" : "an object",
+                                      value.type_name()));
         return false;
     }
     const std::size_t before = faults.errors.size();
-    for (const Member& member : members) {
-        const auto found = value.find(std::string(member.key));
-        if (found == value.end()) {
-            if (member.isRequired) {
-                faults.errors.push_back(
-                    fault(quotedText(member.key), nameOf(member.kind), "nothing"));
-            }
-        } else if (!isOf(*found, member.kind)) {
-            faults.errors.push_back(
-                fault(quotedText(member.key), nameOf(member.kind), found->type_name()));
-        }
-    }
-    checkKnown(value, members, faults);
+    for (const Member& member : members)
+        checkMember(value, field, member, faults);
+    checkKnown(value, field, members, faults);
     return faults.errors.size() == before;
 }
 
-// An entity without properties is null.
-void checkEntity(const json& value, const std::string& field, JsonFaults& faults) {
-    if (value.is_discarded() || value.is_object() || value.is_null()) return;
-    faults.errors.push_back(fault(field, "an object or null", value.type_name()));
+// One number, several of them, or a text. A single number is never in an array.
+void checkProperty(const json& value, const std::string& field, JsonFaults& faults) {
+    if (value.is_string() || isOf(value, Kind::Number)) return;
+    if (!value.is_array()) {
+        faults.errors.push_back(
+            fault(field, "a string, a number or an array of numbers", value.type_name()));
+        return;
+    }
+    if (value.size() < 2) {
+        faults.errors.push_back(
+            fault(field, "an array of two or more", counted(value.size(), "element", "elements")));
+    }
+    for (std::size_t i = 0; i < value.size(); ++i) {
+        if (isOf(value[i], Kind::Number)) continue;
+        faults.errors.push_back(fault(elementName(field, i), "a number", value[i].type_name()));
+    }
 }
 
-void checkEntities(const json& value, const std::string& key, JsonFaults& faults) {
+// The properties of a record, but for a member that is no property.
+void checkProperties(const json& record, const std::string& field, std::string_view otherMember,
+                     JsonFaults& faults) {
+    for (const auto& [key, value] : record.items()) {
+        if (key != otherMember) checkProperty(value, memberName(field, key), faults);
+    }
+}
+
+// A record without properties is null.
+void checkEntity(const json& value, const std::string& field, JsonFaults& faults) {
+    if (value.is_discarded() || value.is_null()) return;
+    if (!value.is_object()) {
+        faults.errors.push_back(fault(field, "an object or null", value.type_name()));
+        return;
+    }
+    const std::string place = field == "text" ? std::string() : field;
+    checkProperties(value, place, {}, faults);
+    // Of the camera and the metadata only, where it is no property.
+    constexpr Member path{"model_file_path", Kind::Text, false};
+    if (place.empty()) checkMember(value, place, path, faults);
+}
+
+void checkPoints(const json& points, const std::string& field, JsonFaults& faults) {
+    if (!points.is_array() || points.empty()) {
+        faults.errors.push_back(
+            fault(field, "an array of points",
+                  points.is_array() ? "an empty one" : std::string(points.type_name())));
+        return;
+    }
+    for (std::size_t i = 0; i < points.size(); ++i)
+        checkMembers(points[i], elementName(field, i), pointMembers, faults);
+}
+
+void checkFrame(const json& frame, const std::string& field, JsonFaults& faults) {
+    if (!frame.is_object()) {
+        faults.errors.push_back(fault(field, "an object", frame.type_name()));
+        return;
+    }
+    constexpr Member time{"T", Kind::Number, true};
+    checkMember(frame, field, time, faults);
+    for (const auto& [key, value] : frame.items()) {
+        if (key != time.key) checkPoints(value, memberName(field, key), faults);
+    }
+}
+
+void checkAnimation(const json& animation, const std::string& field, JsonFaults& faults) {
+    if (!animation.is_object()) {
+        faults.errors.push_back(fault(field, "an object", animation.type_name()));
+        return;
+    }
+    constexpr Member frames{"FrameData", Kind::List, true};
+    const std::size_t before = faults.errors.size();
+    checkMember(animation, field, frames, faults);
+    const bool hasFrames = faults.errors.size() == before;
+    checkProperties(animation, field, frames.key, faults);
+    if (!hasFrames) return;
+    std::size_t i = 0;
+    for (const json& frame : animation[std::string(frames.key)])
+        checkFrame(frame, elementName(memberName(field, "FrameData"), i++), faults);
+}
+
+void checkEach(const json& value, const std::string& key,
+               void (*check)(const json&, const std::string&, JsonFaults&), JsonFaults& faults) {
     if (!value.contains(key)) return;
     std::size_t i = 0;
-    for (const json& entity : value[key])
-        checkEntity(entity, key + '[' + std::to_string(i++) + ']', faults);
+    for (const json& element : value[key])
+        check(element, elementName(key, i++), faults);
 }
 
-void checkGroups(const json& value, JsonFaults& faults) {
-    if (!value.contains("groups")) return;
+// Absent when it would be empty.
+void checkNotEmpty(const json& value, const std::string& key, JsonFaults& faults) {
+    if (!value.contains(key) || !value[key].empty()) return;
+    faults.errors.push_back(fault(quotedText(key), "no key or some elements", "an empty array"));
+}
+
+void checkGroup(const json& group, const std::string& field, JsonFaults& faults) {
     constexpr Member members[] = {{"id", Kind::Text, true}, {"name", Kind::Text, true}};
-    for (const json& group : value["groups"])
-        checkMembers(group, members, faults);
+    checkMembers(group, field, members, faults);
+}
+
+void checkScenes(const json& value, JsonFaults& faults) {
+    if (!checkMembers(value, {}, sceneMembers, faults)) return;
+    checkNotEmpty(value, "scenes", faults);
+    checkEach(value, "scenes", checkEntity, faults);
+}
+
+void checkLights(const json& value, JsonFaults& faults) {
+    if (!checkMembers(value, {}, lightMembers, faults)) return;
+    checkNotEmpty(value, "lights", faults);
+    checkNotEmpty(value, "groups", faults);
+    checkEach(value, "lights", checkEntity, faults);
+    checkEach(value, "groups", checkGroup, faults);
+}
+
+void checkAnimations(const json& value, JsonFaults& faults) {
+    if (!checkMembers(value, {}, animationMembers, faults)) return;
+    checkEach(value, "CameraAnimations", checkAnimation, faults);
+}
+
+std::string countOf(const json& value, const std::string& key, std::string_view one,
+                    std::string_view many) {
+    return counted(value.contains(key) ? value[key].size() : 0, one, many) + ", ";
+}
+
+// Of a text without faults.
+std::string summaryOf(std::uint32_t word, const json& value) {
+    switch (word) {
+        case 13:
+            return countOf(value, "scenes", "scene", "scenes");
+        case 14:
+            return countOf(value, "lights", "light", "lights") +
+                   countOf(value, "groups", "group", "groups");
+        case 18: {
+            std::size_t frames = 0;
+            for (const json& animation : value["CameraAnimations"])
+                frames += animation["FrameData"].size();
+            return countOf(value, "CameraAnimations", "animation", "animations") +
+                   counted(frames, "frame", "frames") + ", ";
+        }
+        default:
+            return counted(value.size(), "property", "properties") + ", ";
+    }
 }
 
 }  // namespace
@@ -132,41 +325,50 @@ void checkGroups(const json& value, JsonFaults& faults) {
 HeaderFindings checkHeader(WideView text) {
     HeaderFindings findings;
     const json value = parse(text, findings);
-    if (checkMembers(value, headerMembers, findings)) {
+    if (checkMembers(value, {}, headerMembers, findings)) {
         findings.triangleCount = value["triangleCount"].get<std::uint64_t>();
     }
     return findings;
 }
 
-JsonFaults checkMessage(std::uint32_t word, WideView text) {
-    JsonFaults faults;
-    const json value = parse(text, faults);
+MessageFindings checkMessage(std::uint32_t word, WideView text) {
+    MessageFindings findings;
+    const json value = parse(text, findings);
     switch (word) {
         case 13:
-            if (checkMembers(value, sceneMembers, faults)) checkEntities(value, "scenes", faults);
+            checkScenes(value, findings);
             break;
         case 14:
-            if (checkMembers(value, lightMembers, faults)) {
-                checkEntities(value, "lights", faults);
-                checkGroups(value, faults);
-            }
+            checkLights(value, findings);
             break;
         case 18:
-            if (checkMembers(value, animationMembers, faults)) {
-                checkEntities(value, "CameraAnimations", faults);
-            }
+            checkAnimations(value, findings);
             break;
         default:
-            checkEntity(value, "text", faults);
+            checkEntity(value, "text", findings);
             break;
     }
-    return faults;
+    if (findings.isSound()) findings.summary = summaryOf(word, value);
+    return findings;
+}
+
+std::optional<std::string> modelFilePathOf(const std::string& metadata) {
+    try {
+        const json value = parsed<json>(metadata);
+        if (value.is_null()) return std::string();
+        if (!value.is_object()) return std::nullopt;
+        const auto path = value.find("model_file_path");
+        if (path == value.end()) return std::string();
+        return path->is_string() ? std::optional(path->get<std::string>()) : std::nullopt;
+    } catch (const TooDeep&) {
+        return std::nullopt;
+    }
 }
 
 JsonFaults checkInstancePaths(WideView text, const std::vector<const WideString*>& materials) {
     JsonFaults faults;
     const json value = parse(text, faults);
-    if (!checkMembers(value, pathMembers, faults)) return faults;
+    if (!checkMembers(value, {}, pathMembers, faults)) return faults;
     const json& paths = value["instance_paths"];
     if (paths.size() != materials.size()) {
         faults.errors.push_back(fault("\"instance_paths\"",

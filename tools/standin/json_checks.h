@@ -13,6 +13,8 @@ namespace q7standin {
 struct JsonFaults {
     std::vector<std::string> errors;   // breaches of the protocol
     std::vector<std::string> remarks;  // what a renderer could stumble over
+
+    bool isSound() const { return errors.empty(); }
 };
 
 struct HeaderFindings : JsonFaults {
@@ -22,8 +24,16 @@ struct HeaderFindings : JsonFaults {
 // The header of a model.
 HeaderFindings checkHeader(WideView text);
 
+struct MessageFindings : JsonFaults {
+    std::string summary;  // "3 lights, 1 group, ", and so on; empty when the text is not sound
+};
+
 // The text of one of the words 12, 13, 14, 15 and 18.
-JsonFaults checkMessage(std::uint32_t word, WideView text);
+MessageFindings checkMessage(std::uint32_t word, WideView text);
+
+// The model's path in the text of word 15, in UTF-8: empty when the text does not tell it, nothing when
+// it is no text of that word.
+std::optional<std::string> modelFilePathOf(const std::string& metadata);
 
 // The paths of instances that have these materials, in their order.
 JsonFaults checkInstancePaths(WideView text, const std::vector<const WideString*>& materials);

@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "common/files.h"
+#include "standin/window_names.h"
 
 namespace q7standin {
 
@@ -12,6 +13,8 @@ namespace {
 
 constexpr std::string_view launchStart = "-pluginFile=";
 constexpr std::uint64_t mostMetadata = 1U << 28;
+// What the size of a viewport has room for is more, but no window system does.
+constexpr int mostPixels = 32767;
 
 constexpr char description[] =
     "Stands in for the renderer, so that a plug-in can be tried without it. It publishes what a\n"
@@ -34,6 +37,9 @@ Examples:
   q7-standin --status 4
       A renderer that is linked already. With --status 2 one that takes no link, with
       --flag-after-plugin 1 one that refuses the plug-in file, with --port 65535 one without a port.
+
+  q7-standin --window 1920x1080 --viewport-title 2
+      On Windows: shows a window as the renderer's is, for plug-ins that measure its viewport.
 
   q7-standin --close-at-ack 3 --abort
       Breaks the connection in the middle of the first model. --die-at-ack 3 ends like a crash.
@@ -138,6 +144,61 @@ void addPublication(CLI::App& app, Publication& publication) {
           "Wait so long between the plug-in file and the status after it");
 }
 
+// "WIDTHxHEIGHT".
+void sizeOf(const std::string& text, Window& window) {
+    const char* last = text.data() + text.size();
+    const auto [middle, error] = std::from_chars(text.data(), last, window.width);
+    bool isSize = error == std::errc() && middle != last && *middle == 'x';
+    if (isSize) {
+        const auto [end, second] = std::from_chars(middle + 1, last, window.height);
+        isSize = second == std::errc() && end == last;
+    }
+    const auto fits = [](int pixels) { return pixels >= 1 && pixels <= mostPixels; };
+    if (isSize && fits(window.width) && fits(window.height)) return;
+    throw CLI::ValidationError("--window: \"" + text +
+                               "\" is no WIDTHxHEIGHT with numbers from 1 to " +
+                               std::to_string(mostPixels));
+}
+
+// What the options of the window say, which may come in any order.
+struct ChosenWindow {
+    std::optional<std::string> size;
+    std::size_t title = 1;
+    std::size_t viewportTitle = 1;
+    bool hasTitle = false;
+};
+
+void addWindow(CLI::App& app, ChosenWindow& chosen) {
+    app.option_defaults()->group("Its window, on Windows only");
+    app.add_option("--window", chosen.size, "Show a window with a viewport of this size in pixels")
+        ->type_name("WIDTHxHEIGHT");
+    const auto title = [&](const std::string& name, std::size_t& value, std::size_t most,
+                           const std::string& help) {
+        const auto choose = [&value, &chosen](std::size_t number) {
+            value = number;
+            chosen.hasTitle = true;
+        };
+        const auto range = CLI::Range(std::size_t{1}, most);
+        app.add_option_function<std::size_t>(name, choose, help)->type_name("N")->check(range);
+    };
+    title("--window-title", chosen.title, topWindowTitles.size(),
+          "Which title it has: 1 English (if not given), 2 Chinese");
+    title("--viewport-title", chosen.viewportTitle, viewportTitles.size(),
+          "Which title the viewport has: 1 to 6, those of the renderer's builds; 1 if not given");
+}
+
+std::optional<Window> windowOf(const ChosenWindow& chosen) {
+    if (!chosen.size) {
+        if (!chosen.hasTitle) return std::nullopt;
+        throw CLI::ValidationError("a title is of use with --window only");
+    }
+    Window window;
+    sizeOf(*chosen.size, window);
+    window.title = chosen.title - 1;
+    window.viewportTitle = chosen.viewportTitle - 1;
+    return window;
+}
+
 void addAnswers(CLI::App& app, Options& options) {
     app.option_defaults()->group("What it answers");
     Answers& answers = options.answers;
@@ -153,7 +214,9 @@ void addAnswers(CLI::App& app, Options& options) {
     app.add_option_function<std::string>(
            "--metadata",
            [&answers](const std::string& text) { answers.metadata = metadataOf(text); },
-           "The answer to a request for metadata: TEXT, @FILE or size:N")
+           "The answer to every request for metadata: TEXT, @FILE or size:N. Without it, those "
+           "that "
+           "came last with the model's path")
         ->type_name("TEXT");
     app.add_option("--metadata-count", answers.metadataCount,
                    "Give this count for it instead of the true one")
@@ -241,8 +304,11 @@ std::variant<Options, HelpText, UsageError> parseOptions(
     addPublication(app, options.publication);
     addAnswers(app, options);
     addMisbehaviour(app, options.misbehaviour);
+    ChosenWindow window;
+    addWindow(app, window);
     try {
         app.parse(std::vector<std::string>(given.rbegin(), given.rend()));
+        options.window = windowOf(window);
     } catch (const CLI::CallForHelp&) {
         return HelpText{app.help()};
     } catch (const CLI::ParseError& error) {

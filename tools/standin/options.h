@@ -1,6 +1,7 @@
 // The command line of q7-standin.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -26,8 +27,17 @@ struct Publication {
     int linkDelay = 0;                             // from the plug-in file to the status after it
 };
 
+// The windows that it shows. Titles count from 0: see window_names.h.
+struct Window {
+    int width = 0;  // of the viewport, in pixels
+    int height = 0;
+    std::size_t title = 0;
+    std::size_t viewportTitle = 0;
+};
+
 struct Options {
     Publication publication;
+    std::optional<Window> window;
     Answers answers;
     Misbehaviour misbehaviour;
     int patience = 5000;

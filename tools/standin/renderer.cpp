@@ -13,10 +13,12 @@
 #include "common/text_output.h"
 #include "platform/instance_lock.h"
 #include "platform/listener.h"
+#include "platform/render_windows.h"
 #include "standin/message_log.h"
 #include "standin/message_store.h"
 #include "standin/published_blocks.h"
 #include "standin/socket_channel.h"
+#include "standin/window_names.h"
 
 namespace q7standin {
 
@@ -54,6 +56,18 @@ class Listener {
   private:
     platform::SocketHandle socket_ = platform::noSocket;
 };
+
+std::unique_ptr<platform::RenderWindows> showWindows(const Window& window) {
+    if (!platform::hasFindableWindows()) {
+        throw CannotRun("--window: windows that plug-ins can find exist on Windows only");
+    }
+    auto windows = platform::RenderWindows::show(
+        {WideString(topWindowClass), WideString(topWindowTitles.at(window.title))},
+        {WideString(viewportClass), WideString(viewportTitles.at(window.viewportTitle))},
+        window.width, window.height);
+    if (!windows) throw CannotRun("--window: no window can be shown; is there a display?");
+    return windows;
+}
 
 class TranscriptFile {
   public:
@@ -108,6 +122,12 @@ class Renderer {
   private:
     void start() {
         const Publication& publication = options_.publication;
+        if (options_.window) {
+            windows_ = showWindows(*options_.window);
+            log_.note("shows a window with a viewport of " +
+                      std::to_string(options_.window->width) + 'x' +
+                      std::to_string(options_.window->height));
+        }
         if (options_.launchedWith) {
             log_.note("launched with the plug-in file \"" + *options_.launchedWith + '"');
         }
@@ -212,6 +232,7 @@ class Renderer {
     Services services_;
     std::optional<Listener> listener_;
     std::optional<PublishedBlocks> blocks_;
+    std::unique_ptr<platform::RenderWindows> windows_;
     std::uint64_t connections_ = 0;
 };
 

@@ -10,6 +10,7 @@
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
 #include "tests/tools/common/stream_builder.h"
+#include "tests/tools/inspect/sample_archive.h"
 
 namespace {
 
@@ -43,6 +44,11 @@ class Inspect : public testing::Test {
             path, std::string_view(reinterpret_cast<const char*>(stream.bytes().data()),
                                    stream.bytes().size()));
         return pathToUtf8(path);
+    }
+
+    std::string saveText(const std::string& text, const std::string& name) {
+        q7tools::writeWholeFile(folder_ / name, text);
+        return argument(name);
     }
 
     std::string argument(const std::string& name) const { return pathToUtf8(folder_ / name); }
@@ -185,7 +191,7 @@ TEST_F(Inspect, objNeverReplacesTheStream) {
     const std::string before = readFile(folder_ / "a.stream");
     const Outcome run = inspect({"--obj", file, file});
     EXPECT_EQ(run.exitCode, 2);
-    EXPECT_EQ(run.err, "q7-inspect: " + file + ": is the stream itself and stays as it is\n");
+    EXPECT_EQ(run.err, "q7-inspect: " + file + ": is the input itself and stays as it is\n");
     EXPECT_EQ(readFile(folder_ / "a.stream"), before);
 }
 
@@ -281,6 +287,120 @@ TEST_F(Inspect, compareNamesTheStreamThatCannotBeRead) {
     EXPECT_TRUE(
         startsWith(missing.err, "q7-inspect: " + argument("missing") + ": cannot be opened: "))
         << missing.err;
+}
+
+TEST_F(Inspect, archivesWorkInEveryMode) {
+    const std::string file = saveText(archivetest::soundArchive().build(), "a.q7a");
+    const std::string stream = save(archivetest::scene().build(), "a.q7mesh");
+    Outcome run = inspect({file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_NE(run.out.find("Entries (6)"), std::string::npos);
+    run = inspect({"--json", file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(nlohmann::json::parse(run.out)["file"], file);
+    run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, file +
+                           ": valid: archive of model, 6 entries, 2 textures; 2 materials, 3 "
+                           "instances, 2 meshes, 5 placed triangles\n");
+    run = inspect({"--obj", argument("a.obj"), file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, argument("a.obj") + ": wrote 3 objects with 5 triangles\n");
+    for (const auto& [a, b] : {std::pair{file, stream}, std::pair{stream, file}}) {
+        run = inspect({"--compare", a, b});
+        EXPECT_EQ(run.exitCode, 0);
+        EXPECT_EQ(run.out, a + " (A) and " + b +
+                               " (B): the same scene: 2 materials, 3 instances, 2 meshes\n");
+    }
+}
+
+TEST_F(Inspect, archivesOfExternalFiles) {
+    const std::string file = saveText(archivetest::externalArchive().build(), "a.q7a");
+    Outcome run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.out, file + ": valid: archive of external file, 5 entries, 2 textures\n");
+    run = inspect({"--obj", argument("a.obj"), file});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.err, "q7-inspect: " + file + ": the archive holds no model stream (1.q7mesh)\n");
+}
+
+TEST_F(Inspect, faultsAndNotesOfArchives) {
+    ziptest::ZipBuilder zip = archivetest::soundArchive();
+    zip.add("extra", "x");
+    const std::string file = saveText(zip.build(), "a.q7a");
+    Outcome run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 0);
+    const std::string note = file +
+                             ": note: extra: is no part of an archive; it was left in the folder "
+                             "that was packed\n";
+    EXPECT_TRUE(run.out.ends_with(" placed triangles\n" + note)) << run.out;
+    zip.entry("info.json").data = "{}";
+    zip.remove("textures/");
+    saveText(zip.build(), "a.q7a");
+    run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, file + ": the entry \"textures\" is missing\n" + file +
+                           ": info.json: at byte 0: the key \"productID\" is missing\n" + note);
+    EXPECT_EQ(run.err, "");
+}
+
+// Either all is well or there is one line that names the file.
+void expectOneVerdict(const Outcome& run, const std::string& file) {
+    if (run.exitCode == 0) {
+        EXPECT_EQ(run.err, "");
+        return;
+    }
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, "");
+    EXPECT_TRUE(startsWith(run.err, "q7-inspect: " + file + ": ")) << run.err;
+    EXPECT_EQ(std::ranges::count(run.err, '\n'), 1) << run.err;
+}
+
+ziptest::ZipBuilder smallArchive() {
+    ziptest::ZipBuilder zip;
+    StreamBuilder stream;
+    stream.word(11).text(u"{}").word(0).word(0).word(0);
+    zip.add("1.q7mesh", std::string(ziptest::asText(stream.bytes())));
+    zip.add("info.json", "{\"productID\":\"" + archivetest::productId + "\"}");
+    zip.add("q7material.xml", "<Q7Materials_2>\n</Q7Materials_2>\n").folder("textures/");
+    return zip;
+}
+
+TEST_F(Inspect, everyTruncatedArchiveGivesOneError) {
+    const std::string whole = smallArchive().build();
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        const std::string file = saveText(whole.substr(0, size), "a.q7a");
+        const Outcome run = inspect({file});
+        EXPECT_EQ(run.exitCode, 1) << size;
+        expectOneVerdict(run, file);
+        EXPECT_EQ(inspect({"--validate", file}).exitCode, 1) << size;
+    }
+}
+
+TEST_F(Inspect, everyDamagedByteOfAnArchiveGivesOneVerdict) {
+    const std::string sound = smallArchive().build();
+    for (std::size_t i = 0; i < sound.size(); ++i) {
+        for (const int change : {0x01, 0x80, 0xFF}) {
+            std::string damaged = sound;
+            damaged[i] = static_cast<char>(damaged[i] ^ change);
+            const std::string file = saveText(damaged, "a.q7a");
+            expectOneVerdict(inspect({file}), file);
+            const Outcome validate = inspect({"--validate", file});
+            EXPECT_EQ(validate.err, "");
+            EXPECT_TRUE(startsWith(validate.out, file + ": ")) << validate.out;
+        }
+    }
+}
+
+TEST_F(Inspect, damagedTexturesAreToldWithTheirPlace) {
+    ziptest::ZipBuilder zip = archivetest::soundArchive();
+    zip.entry("textures/glow.jpg").crc = 1;
+    const std::string file = saveText(zip.build(), "a.q7a");
+    const Outcome run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_TRUE(startsWith(run.out, file + ": at byte ")) << run.out;
+    EXPECT_TRUE(run.out.ends_with(", not 00000001\n")) << run.out;
+    EXPECT_EQ(std::ranges::count(run.out, '\n'), 1);
 }
 
 TEST_F(Inspect, badUsageIsOneLine) {

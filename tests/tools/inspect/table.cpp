@@ -33,4 +33,19 @@ TEST(InspectTable, aVeryWideCellMovesItsOwnRowOnly) {
                              "  1\n  n" + std::string(49, ' ') + "2\n");
 }
 
+TEST(InspectTable, frameTellsWhatIsLeftOut) {
+    std::ostringstream out;
+    EXPECT_EQ(q7inspect::beginTable(out, "Rows", 30, true), 30U);
+    EXPECT_EQ(q7inspect::beginTable(out, "Rows", 30, false), 20U);
+    Table table({{"a"}});
+    table.add({"x"});
+    q7inspect::endTable(out, table, 30, 20);
+    q7inspect::endTable(out, table, 0, 0);
+    q7inspect::printFact(out, "size", "5");
+    q7inspect::printFact(out, "name", "");
+    EXPECT_EQ(out.str(),
+              "\nRows (30)\n\nRows (30)\n  a\n  x\n  ... and 10 more\n"
+              "  size              5\n  name              (empty)\n");
+}
+
 }  // namespace

@@ -103,6 +103,25 @@ TEST_F(MaterialReader, TexturesAreFoundMissingOrEmbedded) {
     EXPECT_EQ(scene.embeddedTextures, 2U);
 }
 
+TEST_F(MaterialReader, EmbeddedTexturesKeepTheirPurpose) {
+    aiScene source;
+    source.mNumTextures = 2;
+    source.mTextures = new aiTexture* [2] { new aiTexture, new aiTexture };
+    auto* material = new aiMaterial;
+    setTexture(*material, aiTextureType_BASE_COLOR, "*1");
+    setTexture(*material, aiTextureType_DIFFUSE, "*0");
+    setTexture(*material, aiTextureType_NORMALS, "*2");
+    source.mNumMaterials = 1;
+    source.mMaterials = new aiMaterial* [1] { material };
+    Scene scene;
+    scene.textureFolder = folder.path();
+    readMaterials(source, scene);
+    ASSERT_EQ(scene.materials.at(0).embedded.size(), 1U);
+    EXPECT_EQ(WideView(scene.materials[0].embedded[0].first), property::baseColorTexture);
+    EXPECT_EQ(scene.materials[0].embedded[0].second, 1U);
+    EXPECT_EQ(scene.embeddedTextures, 2U);
+}
+
 TEST_F(MaterialReader, OneTextureForEachPurpose) {
     aiMaterial& source = addSource("");
     setTexture(source, aiTextureType_DIFFUSE, "diffuse.png");

@@ -42,10 +42,10 @@ TEST(ParseOptions, ChoosesTheFormOfTheStream) {
     EXPECT_EQ(good({"a.obj", "--stream", "b"}).form, StreamForm::raw);
     EXPECT_EQ(good({"a.obj", "--processed", "--stream", "b"}).form, StreamForm::processed);
     EXPECT_EQ(badReason({"a.obj", "--processed", "--materials", "b"}),
-              "--processed is of use with --live or --stream only");
+              "--processed is of use with --live, --stream or --q7a only");
     EXPECT_EQ(good({"a.obj", "--raw", "--stream", "b"}).form, StreamForm::raw);
     EXPECT_EQ(badReason({"a.obj", "--raw", "--materials", "b"}),
-              "--raw is of use with --live or --stream only");
+              "--raw is of use with --live, --stream or --q7a only");
 }
 
 TEST(ParseOptions, ChoosesTheFormForTheRenderer) {
@@ -76,8 +76,26 @@ TEST(ParseOptions, RefusesFormsThatDoNotFit) {
               "--gen-materials is of use with --live only");
 }
 
+TEST(ParseOptions, Archives) {
+    const Options raw = good({"a.obj", "--q7a", "b.q7a"});
+    EXPECT_EQ(raw.archive, "b.q7a");
+    EXPECT_EQ(raw.form, StreamForm::raw);
+    EXPECT_FALSE(raw.packed);
+    EXPECT_EQ(good({"a.obj", "--q7a", "b", "--processed"}).form, StreamForm::processed);
+    const Options packed = good({"a.obj", "--q7a", "b", "--pack", "c.step"});
+    EXPECT_EQ(packed.packed, "c.step");
+    EXPECT_EQ(badReason({"a.obj", "--live", "--pack", "c"}), "--pack is of use with --q7a only");
+    EXPECT_EQ(badReason({"a.obj", "--q7a", "b", "--pack", "c", "--processed"}),
+              "--processed is of use with --live, --stream or --q7a only");
+    EXPECT_TRUE(good({"a.obj", "--q7a", "b", "--pack", "c", "--processed", "--live"}).packed);
+    EXPECT_EQ(badReason({"a.obj", "--q7a", "b", "--stream", "./b"}),
+              "--stream and --q7a name the same file");
+    EXPECT_EQ(badReason({"a.obj", "--q7a", "b", "--materials", "b"}),
+              "--materials and --q7a name the same file");
+}
+
 TEST(ParseOptions, TellsWhatIsWrong) {
-    EXPECT_EQ(badReason({"a.obj"}), "nothing to do: give --live, --stream or --materials");
+    EXPECT_EQ(badReason({"a.obj"}), "nothing to do: give --live, --stream, --materials or --q7a");
     EXPECT_EQ(badReason({"--stream", "b"}), "MODEL is required");
     EXPECT_EQ(badReason({"", "--stream", "b"}), "MODEL is empty");
     EXPECT_EQ(badReason({"a.obj", "--stream", "x/../b", "--materials", "b"}),
@@ -94,7 +112,8 @@ TEST(ParseOptions, HelpTeachesWithExamplesAndProperties) {
         for (const char* part :
              {"--stream OUT.q7mesh", "--processed", "--live", "--group", "--gen-materials",
               "--materials OUT.xml", "Examples:", "q7-send engine.glb --stream engine.q7mesh",
-              "MetallicRoughnessTexture", "Exit status: 0"}) {
+              "--q7a OUT.q7a", "--pack FILE", "MetallicRoughnessTexture", "FieldOfView",
+              "Exit status: 0"}) {
             EXPECT_NE(help.find(part), std::string::npos) << part;
         }
     }

@@ -35,13 +35,35 @@ TEST(Notes, TellWhatIsLeftOut) {
               "note: 1 texture file not found\n");
 }
 
+TEST(Notes, TellWhatOnlyAnArchiveHas) {
+    Scene scene;
+    SendTotals totals;
+    totals.triangles = 1;
+    scene.embeddedTextures = 2;
+    EXPECT_EQ(notes(scene, totals, Archived{2, 0, true}), "");
+    EXPECT_EQ(notes(scene, totals, Archived{2, 1, false}),
+              "note: 2 embedded textures in the archive only\n"
+              "note: 1 texture not in the archive, which has one of the same file name\n");
+}
+
+TEST(MessageLine, TellsWhatWasSentBeside) {
+    EXPECT_EQ(messageLine({}), "messages: metadata\n");
+    EXPECT_EQ(messageLine({1, 3, 1, 90}),
+              "messages: metadata, camera, 3 lights, 1 scene, 1 camera animation of 90 frames\n");
+}
+
+TEST(ClosingLine, TellsTheTexturesOfAnArchive) {
+    EXPECT_TRUE(closingLine("in.obj", {}, {}, {{"out.q7a", 10, 2}})
+                    .ends_with(" -> out.q7a (10 bytes, 2 textures)\n"));
+}
+
 TEST(ClosingLine, TellsWhatWentWhere) {
     SendTotals totals;
     totals.nodes = 3;
     totals.duplicates = 1;
     totals.materials = 2;
     totals.triangles = 12;
-    EXPECT_EQ(closingLine("in.obj", totals, {}, {{"out.q7mesh", 1200}, {"o\nut.xml", 10}}),
+    EXPECT_EQ(closingLine("in.obj", totals, {}, {{"out.q7mesh", 1200, {}}, {"o\nut.xml", 10, {}}}),
               "in.obj: 3 nodes (1 duplicate), 2 materials, 12 triangles -> out.q7mesh (1.2 kB), "
               "o\\u000aut.xml (10 bytes)\n");
 }

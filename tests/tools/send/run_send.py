@@ -20,6 +20,7 @@ import tempfile
 import threading
 import time
 import unittest
+import zipfile
 from pathlib import Path
 
 SKIPPED = 77
@@ -158,6 +159,58 @@ class RealFiles(SendTest):
         notes = self.sent(model, "--stream", "box.q7mesh")
         self.assertIn("note: 1 embedded texture without a file of their own left out\n", notes)
 
+    def archive(self, name: str) -> dict[str, bytes]:
+        with zipfile.ZipFile(self.folder / name) as content:
+            self.assertIsNone(content.testzip())
+            return {entry: content.read(entry) for entry in content.namelist()}
+
+    def test_archive_of_a_model_with_an_embedded_texture(self) -> None:
+        model = MODELS / "glTF2/BoxTextured-glTF-Binary/BoxTextured.glb"
+        line = self.sent(model, "--q7a", "box.q7a")
+        self.assertRegex(line, r"^[^\n]* 12 triangles -> box\.q7a \(.*, 1 texture\)\n$")
+        content = self.archive("box.q7a")
+        self.assertEqual(
+            sorted(content),
+            ["1.q7mesh", "info.json", "q7material.xml", "textures/", "textures/BoxTextured-texture-0.png"],
+        )
+        self.assertTrue(content["textures/BoxTextured-texture-0.png"].startswith(b"\x89PNG"))
+        self.assertIn(b"BoxTextured-texture-0.png</BaseColorTexture>", content["q7material.xml"])
+        self.assertEqual(self.names(), ["box.q7a"])
+        # The other outputs of a run do not name a file that is gone.
+        line = self.sent(model, "--q7a", "box.q7a", "--stream", "s", "--materials", "m")
+        self.assertIn("note: 1 embedded texture in the archive only\n", line)
+        self.assertNotIn("Texture", (self.folder / "m").read_text())
+        self.inspect("s")
+
+    def test_archives_in_both_forms(self) -> None:
+        model = MODELS / ENGINE
+        for name, arguments in (("raw", []), ("processed", ["--processed"])):
+            self.sent(model, *arguments, "--q7a", f"{name}.q7a", "--stream", f"{name}.q7mesh")
+            content = self.archive(f"{name}.q7a")
+            self.assertEqual(content["1.q7mesh"], (self.folder / f"{name}.q7mesh").read_bytes())
+
+    def test_archive_of_a_file_of_its_own(self) -> None:
+        model = MODELS / "Collada/duck.dae"
+        packed = self.folder / "entente.v1.bin"
+        packed.write_bytes(b"geometry")
+        line = self.sent(model, "--q7a", "duck.q7a", "--pack", packed.name)
+        self.assertIn(", 1 texture)\n", line)
+        content = self.archive("duck.q7a")
+        self.assertEqual(
+            sorted(content), ["1.bin", "q7material.xml", "textures/", "textures/duckCM.tga"]
+        )
+        self.assertEqual(content["1.bin"], b"geometry")
+        texture = MODELS / "Collada/duckCM.tga"
+        self.assertEqual(content["textures/duckCM.tga"], texture.read_bytes())
+
+    def test_archive_in_a_folder_with_another_ones_leavings(self) -> None:
+        leavings = self.folder / "__q7_export_temp"
+        leavings.mkdir()
+        (leavings / "old").write_text("of another program")
+        self.sent(self.write_square("square.obj"), "--q7a", "out.q7a")
+        self.assertNotIn("old", self.archive("out.q7a"))
+        self.assertTrue((leavings / "old").exists())
+
     def test_unicode_path_and_names(self) -> None:
         folder = self.folder / "Проект 窓"
         folder.mkdir()
@@ -260,6 +313,42 @@ class Refusals(SendTest):
         self.assertEqual(error, "q7-send: out.q7mesh: could not be written to its end\n")
         self.assertEqual((self.folder / "out.q7mesh").read_text(), "old")
 
+    def test_no_space_for_the_whole_archive(self) -> None:
+        (self.folder / "out.q7a").write_text("old")
+        before = self.names()
+
+        def limit_files() -> None:
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+            resource.setrlimit(resource.RLIMIT_FSIZE, (100_000, 100_000))
+
+        run = self.send(
+            MODELS / ENGINE, "--q7a", "out.q7a", preexec_fn=limit_files, restore_signals=False
+        )
+        self.assertEqual((run.returncode, run.stdout), (1, ""))
+        # The library may tell of it in a line of its own before.
+        self.assertRegex(run.stderr, r"^([^\n]*fail!\n)?q7-send: out\.q7a: [^\n]*\n$")
+        self.assertEqual(self.names(), before)
+        self.assertEqual((self.folder / "out.q7a").read_text(), "old")
+
+    def test_archive_that_would_replace_an_input(self) -> None:
+        model = self.write_square("square.obj")
+        (self.folder / "packed").write_text("geometry")
+        error = self.refused(1, model, "--q7a", "./packed", "--pack", "packed")
+        self.assertEqual(error, "q7-send: ./packed: is the file that is to be packed\n")
+        error = self.refused(1, model, "--q7a", "./square.obj")
+        self.assertEqual(error, "q7-send: ./square.obj: is the model itself\n")
+
+    def test_file_that_cannot_be_packed(self) -> None:
+        model = self.write_square("square.obj")
+        error = self.refused(1, model, "--q7a", "out.q7a", "--pack", "absent.step")
+        self.assertEqual(error, "q7-send: absent.step: No such file or directory\n")
+        error = self.refused(1, model, "--q7a", "absent/out.q7a")
+        self.assertRegex(error, r"^q7-send: absent/out.q7a: the folder .*/absent does not exist\n$")
+
+    def test_second_output_wrong_makes_no_archive(self) -> None:
+        model = self.write_square("square.obj")
+        self.refused(1, model, "--q7a", "out.q7a", "--stream", "absent/out")
+
     def test_usage(self) -> None:
         model = self.write_square("square.obj")
         for arguments in ([], [model], [model, "--stream"], [model, "--stream", "o", "--what"]):
@@ -340,7 +429,7 @@ class Live(SendTest):
         self.assertEqual((run.returncode, run.stderr), (0, ""))
         self.assertRegex(
             run.stdout,
-            rf"^{self.link_lines}.* triangles -> the renderer \({form}: \d.* of geometry in "
+            rf"^{self.link_lines}messages: metadata.*\n.* triangles -> the renderer \({form}: \d.* of geometry in "
             r"\d+\.\d{3} s, \d.*B/s\).*\n$",
         )
 
@@ -404,6 +493,76 @@ class Live(SendTest):
         for received in self.received():
             self.assert_same("saved.q7mesh", received)
             self.assertEqual(len(self.inspect(received)["instances"]), 2 + materials)
+
+    def messages(self) -> dict[str, dict]:
+        """By kind: the last message that arrived."""
+        return {
+            path.stem.partition("-")[2]: json.loads(path.read_text("utf-8"))
+            for path in sorted((self.folder / "got").glob("*.json"))
+        }
+
+    def test_messages_arrive_around_the_model(self) -> None:
+        standin = self.start_standin()
+        model = MODELS / "ASE/anim2.ASE"
+        run = self.send(model, "--live", env=self.environment)
+        self.assertEqual((run.returncode, run.stderr), (0, ""))
+        self.assertIn(
+            "messages: metadata, camera, 3 lights, 1 scene, 1 camera animation of 90 frames\n",
+            run.stdout,
+        )
+        self.end(standin)
+        kinds = [path.stem.partition("-")[2] for path in sorted((self.folder / "got").iterdir())]
+        self.assertEqual(
+            kinds,
+            ["plugin-file", "metadata", "sync", "instance-paths", "model", "model"]
+            + ["camera", "lights", "scenes", "camera-animations"],
+        )
+        messages = self.messages()
+        for kind in ("metadata", "camera", "lights", "scenes"):
+            self.assertEqual(messages[kind]["model_file_path"], str(model))
+        self.assertEqual(messages["metadata"]["Name"], "anim2.ASE")
+        self.assertEqual(messages["metadata"]["Triangles"], 24)
+        self.assertEqual(messages["camera"]["Name"], "Camera01")
+        self.assertAlmostEqual(messages["camera"]["FieldOfView"], 45, delta=0.01)
+        lights = messages["lights"]["lights"]
+        self.assertEqual([light["Type"] for light in lights], ["Directional", "Directional", "Point"])
+        [scene] = messages["scenes"]["scenes"]
+        self.assertEqual(scene["Position"], messages["camera"]["Position"])
+        [animation] = messages["camera-animations"]["CameraAnimations"]
+        self.assertEqual((animation["Name"], animation["Camera"]), ("Camera01", "Camera01"))
+        times = [frame["T"] for frame in animation["FrameData"]]
+        self.assertEqual((len(times), times), (90, sorted(times)))
+        # 16000 ticks, 4800 of them a second.
+        self.assertAlmostEqual(times[-1], 16000 / 4800, delta=0.1)
+
+    def test_scenes_are_the_cameras(self) -> None:
+        standin = self.start_standin()
+        self.sent_live("processed", MODELS / "glTF2/cameras/Cameras.gltf", "--processed")
+        self.end(standin)
+        messages = self.messages()
+        scenes = messages["scenes"]["scenes"]
+        self.assertEqual([scene["Name"] for scene in scenes], ["nodes[1]", "nodes[2]"])
+        for scene in scenes:
+            self.assertEqual([round(x, 3) for x in scene["Position"]], [0.5, 0.5, 3])
+        self.assertEqual(scenes[1]["OrthographicWidth"], 1)
+        self.assertNotIn("lights", messages)
+        self.assertNotIn("camera-animations", messages)
+
+    def test_scene_without_cameras_and_lights(self) -> None:
+        standin = self.start_standin()
+        self.sent_live("raw", self.write_square("square.obj"))
+        self.end(standin)
+        self.assertEqual(
+            sorted(self.messages()), ["instance-paths", "metadata", "plugin-file", "sync"]
+        )
+
+    def test_live_with_an_archive_that_fails(self) -> None:
+        self.start_standin("--reply", "1")
+        model = self.write_square("square.obj")
+        run = self.send(model, "--live", "--q7a", "out.q7a", env=self.environment)
+        self.assertEqual(run.returncode, 1)
+        self.assertFalse((self.folder / "out.q7a").exists())
+        self.assertEqual([name for name in self.names() if name.endswith(".tmp")], [])
 
     def refused_live(self, *arguments: str) -> str:
         """Nothing is written, also where a file was asked for."""

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <limits>
+
 namespace q7send {
 
 constexpr Transform numbered = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16};
@@ -34,6 +36,25 @@ TEST(WorldTransform, TheChildMovesWithinItsParent) {
 TEST(WorldTransform, TheIdentityChangesNothing) {
     EXPECT_EQ(worldTransform(numbered, moved(0, 0, 0)), numbered);
     EXPECT_EQ(worldTransform(moved(0, 0, 0), numbered), numbered);
+}
+
+TEST(WorldPose, MovesAndTurns) {
+    // A quarter turn about z, then a step.
+    const Transform world{0, 2, 0, 0, -2, 0, 0, 0, 0, 0, 2, 0, 5, 6, 7, 1};
+    const auto pose = worldPose({{1, 0, 0}, {0, 0, -9}, {0, 3, 0}}, world);
+    EXPECT_EQ(pose, (Pose{{5, 8, 7}, {0, 0, -1}, {-1, 0, 0}}));
+}
+
+TEST(WorldPose, NeedsAPlaceAndDirections) {
+    constexpr Transform still{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+    const Pose good{{0, 0, 0}, {0, 0, -1}, {0, 1, 0}};
+    EXPECT_TRUE(worldPose(good, still));
+    Pose bad = good;
+    bad.direction = {0, 0, 0};
+    EXPECT_FALSE(worldPose(bad, still));
+    bad = good;
+    bad.position[1] = std::numeric_limits<float>::infinity();
+    EXPECT_FALSE(worldPose(bad, still));
 }
 
 }  // namespace q7send

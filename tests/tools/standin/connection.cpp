@@ -148,6 +148,52 @@ TEST_F(ServedMessage, Metadata) {
     EXPECT_EQ(client.answers(), bytesOf(StreamBuilder().word(3).byte(0xC3).byte(0xA4).byte('!')));
 }
 
+TEST_F(ServedMessage, MetadataThatCame) {
+    const auto give = [this](const std::u16string& text) {
+        ScriptedClient sending;
+        sending.word(15).text(text);
+        EXPECT_EQ(harness.serve(sending), "closed by the client");
+    };
+    const auto ask = [this](const std::u16string& path, std::size_t size) {
+        ScriptedClient asking;
+        asking.word(10).text(path).awaitAnswer(4 + size);
+        EXPECT_EQ(harness.serve(asking), "closed by the client");
+        const Bytes answer = asking.answers();
+        EXPECT_EQ(answer.size(), 4 + size);
+        return std::string(reinterpret_cast<const char*>(answer.data()) + 4, size);
+    };
+    EXPECT_EQ(ask(u"a", 0), "");
+    give(u"{\"model_file_path\":\"a\",\"n\":1}");
+    give(u"{\"model_file_path\":\"b\",\"n\":2}");
+    give(u"{\"model_file_path\":\"a\",\"n\":3}");
+    give(u"null");
+    EXPECT_EQ(ask(u"a", 29), "{\"model_file_path\":\"a\",\"n\":3}");
+    EXPECT_EQ(ask(u"b", 29), "{\"model_file_path\":\"b\",\"n\":2}");
+    EXPECT_EQ(ask(u"", 4), "null");
+    EXPECT_EQ(told(), "#8  word 10  metadata of \"\"? 4 bytes");
+    EXPECT_EQ(kept("0008-metadata-request.json"),
+              (json{{"word", 10}, {"modelFilePath", ""}, {"answerSize", 4}}));
+    harness.services.answers.metadata = "chosen";
+    EXPECT_EQ(ask(u"a", 6), "chosen");
+    EXPECT_EQ(harness.errorLines(), Lines{});
+}
+
+TEST_F(ServedMessage, JsonTextsAreSummedUp) {
+    client.word(14).text(u"{\"lights\":[{\"Name\":\"Sun\"}],\"model_file_path\":\"\"}");
+    serve();
+    EXPECT_EQ(told(), "#1  word 14  lights: 1 light, 0 groups, JSON text of 48 units");
+}
+
+TEST_F(ServedMessage, JsonOfAnotherShape) {
+    client.word(13).text(u"{\"model_file_path\":\"\",\"scenes\":{}}");
+    EXPECT_EQ(serve(), "closed by the client");
+    EXPECT_EQ(
+        harness.errorLines(),
+        Lines{"q7-standin: protocol error, connection 1, word 13: at byte 4 of the connection: "
+              "JSON text: \"scenes\": expected an array, got object"});
+    EXPECT_EQ(told(), "#1  word 13  scenes: JSON text of 34 units");
+}
+
 TEST_F(ServedMessage, MetadataWithACountThatIsWrong) {
     harness.services.answers.metadata = "ab";
     harness.services.answers.metadataCount = 0x7FFFFFFF;

@@ -33,7 +33,8 @@ TEST(Options, Defaults) {
     EXPECT_EQ(options.publication.startupDelay, 0);
     EXPECT_EQ(options.answers.reply, 0U);
     EXPECT_EQ(options.answers.sendModelType, 0U);
-    EXPECT_EQ(options.answers.metadata, "");
+    EXPECT_EQ(options.answers.metadata, std::nullopt);
+    EXPECT_FALSE(options.window);
     EXPECT_TRUE(options.checkArrays);
     EXPECT_FALSE(options.quiet);
     EXPECT_EQ(options.out, std::nullopt);
@@ -138,6 +139,34 @@ TEST(Options, Metadata) {
     const std::string path = q7tools::pathToUtf8(folder.path() / "m.json");
     EXPECT_EQ(optionsOf({"--metadata", "@" + path}).answers.metadata, "{}\n");
     EXPECT_THROW(parseOptions({"--metadata", "@" + path + "x"}, {}), q7tools::FileError);
+}
+
+TEST(Options, Window) {
+    const auto plain = optionsOf({"--window", "1920x1080"}).window;
+    ASSERT_TRUE(plain);
+    EXPECT_EQ(plain->width, 1920);
+    EXPECT_EQ(plain->height, 1080);
+    EXPECT_EQ(plain->title, 0U);
+    EXPECT_EQ(plain->viewportTitle, 0U);
+    const auto titled =
+        optionsOf({"--viewport-title", "6", "--window-title", "2", "--window", "1x32767"}).window;
+    ASSERT_TRUE(titled);
+    EXPECT_EQ(titled->height, 32767);
+    EXPECT_EQ(titled->title, 1U);
+    EXPECT_EQ(titled->viewportTitle, 5U);
+}
+
+TEST(Options, MistakenWindows) {
+    for (const char* size :
+         {"", "1920", "1920x", "x1", "0x1", "1x32768", "1x1x1", "-1x1", "1 x1"}) {
+        EXPECT_EQ(errorOf({"--window", size}),
+                  "--window: \"" + std::string(size) +
+                      "\" is no WIDTHxHEIGHT with numbers from 1 to 32767");
+    }
+    EXPECT_NE(errorOf({"--window", "1x1", "--window-title", "3"}), "");
+    EXPECT_NE(errorOf({"--window", "1x1", "--viewport-title", "7"}), "");
+    EXPECT_NE(errorOf({"--window", "1x1", "--viewport-title", "0"}), "");
+    EXPECT_EQ(errorOf({"--viewport-title", "1"}), "a title is of use with --window only");
 }
 
 TEST(Options, Mistakes) {

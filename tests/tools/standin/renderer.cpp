@@ -10,10 +10,13 @@
 
 #include "common/files.h"
 #include "platform/listener.h"
+#include "platform/render_windows.h"
 #include "platform/shared_memory.h"
 #include "platform/socket.h"
+#include "platform/window_lookup.h"
 #include "standin/model_block.h"
 #include "standin/published_blocks.h"
+#include "standin/window_names.h"
 #include "tests/tools/standin/harness.h"
 #include "tests/tools/standin/model_script.h"
 
@@ -285,6 +288,37 @@ TEST_F(RunningRenderer, FilesThatCannotBeWritten) {
     EXPECT_TRUE(errors.str().starts_with("q7-standin: ")) << errors.str();
     EXPECT_NE(errors.str().find("cannot be written"), std::string::npos) << errors.str();
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), std::nullopt);
+}
+
+bool displayIsMissing(const std::string& errors) {
+    return errors ==
+           "q7-standin: cannot start: --window: no window can be shown; is there a display?\n";
+}
+
+TEST_F(RunningRenderer, ShowsItsWindow) {
+    options.window = {640, 480, 1, 5};
+    start();
+    if (!platform::hasFindableWindows()) {
+        EXPECT_EQ(join(), 2);
+        EXPECT_EQ(errors.str(),
+                  "q7-standin: cannot start: --window: windows that plug-ins can find exist on "
+                  "Windows only\n");
+        EXPECT_FALSE(wordIn(q7standin::statusBlockName, 0));
+        return;
+    }
+    if (ended && displayIsMissing(errors.str())) GTEST_SKIP() << errors.str();
+    const platform::WindowLookup& screen = platform::screenWindows();
+    const auto top = screen.findTopWindow(u"Qt5QWindowIcon", u"Q7\u6E32\u67D3\u5668");
+    EXPECT_EQ(screen.findTopWindow(u"Qt5QWindowIcon", u"Q7 Render"), nullptr);
+    ASSERT_NE(top, nullptr);
+    const auto viewport = screen.rectangleOf(screen.findChildWindow(
+        top, u"UnrealWindow", u"Q7 Render \uFF0864-\u4F4D Development PCD3D_SM5\uFF09 "));
+    ASSERT_TRUE(viewport);
+    EXPECT_EQ(viewport->right - viewport->left, 640);
+    EXPECT_EQ(viewport->bottom - viewport->top, 480);
+    EXPECT_EQ(end(), 0);
+    EXPECT_NE(out.str().find("shows a window with a viewport of 640x480\n"), std::string::npos);
+    EXPECT_EQ(screen.findTopWindow(u"Qt5QWindowIcon", u"Q7\u6E32\u67D3\u5668"), nullptr);
 }
 
 }  // namespace

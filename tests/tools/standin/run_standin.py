@@ -231,6 +231,39 @@ class RunStandin(unittest.TestCase):
         self.assertEqual(errors, "q7-standin: file: is not a folder\n")
         self.check_that_no_block_is_left()
 
+    @only_native("there the option works")
+    def test_window_where_there_are_none(self) -> None:
+        code, out, errors = self.run_program("--window", "640x480")
+        self.assertEqual(code, 2)
+        self.assertEqual(
+            errors,
+            "q7-standin: cannot start: --window: windows that plug-ins can find exist on Windows only\n",
+        )
+        self.check_that_no_block_is_left()
+
+    def test_metadata_comes_back(self) -> None:
+        process, port = self.start_ready("--messages", "2", "--quiet")
+        text = '{"Name":"Größe","model_file_path":"a.skp"}'
+        with Client(port) as client:
+            client.send(word(15) + wide(text))
+        with Client(port) as client:
+            client.send(word(10) + wide("a.skp"))
+            expected = text.encode()
+            self.assertEqual(client.answer(4 + len(expected)), word(len(expected)) + expected)
+        self.assertEqual(self.finish(process)[0], 0)
+
+    def test_message_of_another_shape(self) -> None:
+        process, port = self.start_ready("--messages", "1", "--quiet")
+        with Client(port) as client:
+            client.send(word(18) + wide('{"CameraAnimations":[{"FrameData":[{}]}]}'))
+        code, _, errors = self.finish(process)
+        self.assertEqual(code, 1)
+        self.assertEqual(
+            errors,
+            "q7-standin: protocol error, connection 1, word 18: at byte 4 of the connection: JSON "
+            "text: CameraAnimations[0].FrameData[0].T: expected a number, got nothing\n",
+        )
+
     def test_death_at_a_word(self) -> None:
         process, port = self.start_ready("--die-at-word", "9")
         with Client(port) as client:

@@ -1,0 +1,62 @@
+#include "env/file_utilities.h"
+
+#include <fstream>
+
+#include "platform/files.h"
+#include "platform/folders.h"
+#include "platform/path_separator.h"
+
+namespace {
+
+using platform::pathSeparator;
+
+WideString withSeparatorBehind(WideString path) {
+    if (!path.ends_with(pathSeparator)) path += pathSeparator;
+    return path;
+}
+
+}  // namespace
+
+bool createDirectories(const WideString& path) {
+    const WideString folders = withSeparatorBehind(replaceUnit(path, u'/', pathSeparator));
+    for (std::size_t end = folders.find(pathSeparator); end != WideString::npos;
+         end = folders.find(pathSeparator, end + 1)) {
+        const WideString folder = folders.substr(0, end + 1);
+        if (!platform::isFolder(folder) &&
+            platform::createFolder(folder) == platform::FolderCreation::Failed)
+            return false;
+    }
+    return true;
+}
+
+WideString parentPath(const WideString& path) {
+    WideView rest = path;
+    if (rest.ends_with(pathSeparator)) rest.remove_suffix(1);
+    return WideString(rest.substr(0, rest.rfind(pathSeparator)));
+}
+
+WideString fileName(const WideString& path) {
+    return path.substr(path.rfind(pathSeparator) + 1);
+}
+
+bool copyStream(std::istream& from, std::ostream& to) {
+    if (from.bad() || to.bad()) return false;
+    if (from && to) to << from.rdbuf();
+    return true;
+}
+
+bool copyFile(const WideString& source, const WideString& target) {
+    std::ifstream from(platform::nativePath(source), std::ios::binary);
+    std::ofstream to(platform::nativePath(target), std::ios::binary);
+    return copyStream(from, to);
+}
+
+bool copyFileToFolder(const WideString& source, const WideString& folder) {
+    if (!platform::fileCanBeOpened(source) || !platform::isFolder(folder)) return false;
+    copyFile(source, withSeparatorBehind(folder) + fileName(source));
+    return true;
+}
+
+bool removeDirectoryTree(const WideString& path) {
+    return platform::removeFolderTree(path);
+}

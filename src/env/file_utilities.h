@@ -1,0 +1,34 @@
+// Folders and copies of files, for what the library leaves on disk. Paths are split at the platform's
+// separator only, unless a function says otherwise.
+#pragma once
+
+#include <iosfwd>
+
+#include "support/text.h"
+
+// Makes the folder and all that are missing above it. On Windows a "/" separates too. True when all are
+// there afterwards; a file that has the name of one of them counts as being there, so that what needs
+// the folder then fails in its own way.
+bool createDirectories(const WideString& path);
+
+// What stands before the last separator, one at the very end not counted; a path without one is given
+// back whole.
+WideString parentPath(const WideString& path);
+
+// What stands behind the last separator, or the whole path.
+WideString fileName(const WideString& path);
+
+// Copies what is left of one stream to another. False only when one of them is bad before that: a
+// stream that has merely failed, as one does whose file cannot be opened, copies nothing and passes.
+bool copyStream(std::istream& from, std::ostream& to);
+
+// Copies all bytes of a file, replacing the target. A source that cannot be opened leaves an empty
+// target, a target that cannot be opened loses the data, and both are true.
+bool copyFile(const WideString& source, const WideString& target);
+
+// Copies a file under its own name into a folder. False when the source cannot be opened or the folder
+// is not there; how the copying went is not told.
+bool copyFileToFolder(const WideString& source, const WideString& folder);
+
+// Removes the folder and all that is in it. False when it was not there or something stays.
+bool removeDirectoryTree(const WideString& path);

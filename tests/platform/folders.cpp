@@ -1,0 +1,168 @@
+#include "platform/folders.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "platform/files.h"
+#include "tests/platform/local_app_data.h"
+#include "tests/platform/long_path.h"
+#include "tests/read_file.h"
+#include "tests/temporary_folder.h"
+
+namespace fs = std::filesystem;
+using platform::FolderCreation;
+
+namespace {
+
+WideString wide(const fs::path& path) {
+    return path.u16string();
+}
+
+constexpr char16_t separator = static_cast<char16_t>(fs::path::preferred_separator);
+
+}  // namespace
+
+TEST(LocalAppDataFolder, IsTheUsersWithoutASeparatorBehindIt) {
+    const LocalAppData data;
+    EXPECT_EQ(platform::localAppDataFolder(), wide(data.path()));
+    LocalAppData::set(data / fs::path(u"\u00E9\u4E2D"));
+    fs::create_directory(data / fs::path(u"\u00E9\u4E2D"));
+    EXPECT_EQ(platform::localAppDataFolder(), wide(data / fs::path(u"\u00E9\u4E2D")));
+}
+
+#if defined(_WIN32)
+
+TEST(LocalAppDataFolder, IsEmptyWhenTheSystemHasNone) {
+    const LocalAppData data;
+    LocalAppData::set(data / "missing");
+    EXPECT_EQ(platform::localAppDataFolder(), u"");
+}
+
+#else
+
+TEST(LocalAppDataFolder, IsInTheHomeFolderUnlessTheVariableNamesOne) {
+    const LocalAppData data;
+    const char* const home = std::getenv("HOME");
+    const std::string before = home ? home : "";
+    setenv("HOME", "/some/where", 1);
+    for (const char* value : {"", "relative", "./x"}) {
+        setenv("XDG_DATA_HOME", value, 1);
+        EXPECT_EQ(platform::localAppDataFolder(), u"/some/where/.local/share") << value;
+    }
+    unsetenv("XDG_DATA_HOME");
+    EXPECT_EQ(platform::localAppDataFolder(), u"/some/where/.local/share");
+    setenv("HOME", "relative", 1);
+    EXPECT_EQ(platform::localAppDataFolder(), u"");
+    unsetenv("HOME");
+    EXPECT_EQ(platform::localAppDataFolder(), u"");
+    if (home) setenv("HOME", before.c_str(), 1);
+}
+
+#endif
+
+TEST(IsFolder, IsTrueForFoldersOnly) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "file") << "x";
+    EXPECT_TRUE(platform::isFolder(wide(folder.path())));
+    EXPECT_TRUE(platform::isFolder(wide(folder.path()) + separator));
+    EXPECT_TRUE(platform::isFolder(wide(folder.path().root_path())));
+    EXPECT_FALSE(platform::isFolder(wide(folder / "file")));
+    EXPECT_FALSE(platform::isFolder(wide(folder / "missing")));
+    EXPECT_FALSE(platform::isFolder(u""));
+}
+
+TEST(CreateFolder, TellsWhatStoodThere) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "file") << "x";
+    for (const WideString& end : {WideString(), WideString(1, separator)}) {
+        const WideString path = wide(folder / "new") + end;
+        EXPECT_EQ(platform::createFolder(path), FolderCreation::Created);
+        EXPECT_TRUE(platform::isFolder(path));
+        EXPECT_EQ(platform::createFolder(path), FolderCreation::AlreadyExists);
+        EXPECT_EQ(platform::createFolder(wide(folder / "file") + end),
+                  FolderCreation::AlreadyExists);
+        EXPECT_EQ(platform::createFolder(wide(folder / "missing" / "new") + end),
+                  FolderCreation::Failed);
+        EXPECT_EQ(platform::createFolder(wide(folder / "file" / "new") + end),
+                  FolderCreation::Failed);
+        fs::remove(folder / "new");
+    }
+    EXPECT_EQ(platform::createFolder(u""), FolderCreation::Failed);
+    EXPECT_EQ(readFile(folder / "file"), "x");
+}
+
+TEST(RemoveFolderTree, RemovesAllThatIsInIt) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder / "tree" / "a" / "b");
+    fs::create_directories(folder / "tree" / fs::path(u"\u00E9\u4E2D"));
+    std::ofstream(folder / "tree" / "a" / "file") << "x";
+    std::ofstream(folder / "tree" / "read only") << "x";
+    fs::permissions(folder / "tree" / "read only", fs::perms::owner_read);
+    std::ofstream(folder / "beside") << "x";
+    EXPECT_TRUE(platform::removeFolderTree(wide(folder / "tree")));
+    EXPECT_FALSE(fs::exists(folder / "tree"));
+    EXPECT_TRUE(fs::exists(folder / "beside"));
+}
+
+TEST(RemoveFolderTree, IsFalseWhenNothingIsThere) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "beside") << "x";
+    EXPECT_FALSE(platform::removeFolderTree(wide(folder / "missing")));
+    EXPECT_FALSE(platform::removeFolderTree(wide(folder / "missing" / "too")));
+    EXPECT_FALSE(platform::removeFolderTree(pathOfLength(folder.path(), 300)));
+    EXPECT_FALSE(platform::removeFolderTree(u""));
+    EXPECT_TRUE(fs::exists(folder / "beside"));
+}
+
+#if !defined(_WIN32)
+
+TEST(RemoveFolderTree, LeavesWhatLinksPointTo) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "tree");
+    fs::create_directory(folder / "kept");
+    std::ofstream(folder / "kept" / "file") << "x";
+    fs::create_directory_symlink(folder / "kept", folder / "tree" / "link");
+    EXPECT_TRUE(platform::isFolder(wide(folder / "tree" / "link")));
+    EXPECT_TRUE(platform::removeFolderTree(wide(folder / "tree")));
+    EXPECT_TRUE(fs::exists(folder / "kept" / "file"));
+}
+
+#else
+
+TEST(RemoveFolderTree, IsFalseWhenAFileIsInUse) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "tree");
+    {
+        const std::ofstream inUse(folder / "tree" / "file");
+        EXPECT_FALSE(platform::removeFolderTree(wide(folder / "tree")));
+        EXPECT_TRUE(fs::exists(folder / "tree" / "file"));
+    }
+    EXPECT_TRUE(platform::removeFolderTree(wide(folder / "tree")));
+}
+
+#endif
+
+TEST(Folders, MayHavePathsOfAnyLength) {
+    const TemporaryFolder folder;
+    const WideString deepest = pathOfLength(folder.path(), 400);
+    const std::size_t start = wide(folder.path()).size();
+    for (std::size_t end = start + 1; end != WideString::npos;) {
+        end = deepest.find(separator, end + 1);
+        ASSERT_EQ(platform::createFolder(deepest.substr(0, end)), FolderCreation::Created) << end;
+    }
+    EXPECT_TRUE(platform::isFolder(deepest));
+    EXPECT_EQ(platform::createFolder(deepest), FolderCreation::AlreadyExists);
+    const WideString file = deepest + separator + u"file";
+    ASSERT_NE(platform::openBinaryForWriting(file), nullptr);
+    EXPECT_TRUE(platform::fileCanBeOpened(file));
+    EXPECT_EQ(platform::createFolder(file), FolderCreation::AlreadyExists);
+    // Once by a path that is long itself, once by one whose contents alone are.
+    const WideString middle = deepest.substr(0, deepest.find(separator, 300));
+    EXPECT_TRUE(platform::removeFolderTree(middle));
+    EXPECT_FALSE(platform::isFolder(middle));
+    EXPECT_EQ(platform::createFolder(middle), FolderCreation::Created);
+    const WideString first = deepest.substr(0, deepest.find(separator, start + 1));
+    EXPECT_TRUE(platform::removeFolderTree(first));
+    EXPECT_FALSE(platform::isFolder(first));
+}
