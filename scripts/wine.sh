@@ -88,6 +88,9 @@ if command -v Xvfb >/dev/null && number=$(display_number); then
 fi
 if [ "$1" = --prepare ]; then
     # Wine's services outlive the call and would hold the caller's streams open.
-    exec "$wine" wineboot --init </dev/null >/dev/null 2>&1
+    exec </dev/null >/dev/null 2>&1
+    "$wine" wineboot --init
+    # Nothing manages the windows of that display: Wine would wait two seconds for each that goes.
+    exec "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
 fi
 exec "$wine" "$@"

@@ -137,8 +137,8 @@ void linkRenderer(const std::filesystem::path& pluginFile) {
 
 double sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages) {
     SetGenMatInstances(session, genMaterials ? 1 : 0);
-    expectLinked("before the connection");
     Q7SendMetaData(session);
+    expectLinked("before the connection");
     const double seconds = sendScene(session, form);
     expectLinked("after the send");
     sendMessages(session, messages);
