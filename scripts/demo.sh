@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Sends a real assembly, an engine in GLB, through the library and shows what came out: first to
-# disk, then live to q7-standin in the renderer's place.
+# Sends real files through the library and shows what came out: an engine to disk, then live to
+# q7-standin in the renderer's place; a scene with a moving camera and lights, and the messages that
+# arrived; a textured model as an archive.
 #
 #   scripts/demo.sh
 #
-# Leaves the model streams and the list of materials in build/demo, what the stand-in received in
-# build/demo/received.
+# Leaves the model streams, the list of materials and the archive in build/demo, what the stand-in
+# received in build/demo/received.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 exec </dev/null
@@ -21,12 +22,21 @@ if ! { cmake --preset linux-release &&
     exit 1
 fi
 
-engine=$(dpkg-query --listfiles assimp-testmodels | grep --max-count=1 '/2CylinderEngine\.glb$') || {
-    echo "demo: the package assimp-testmodels has no 2CylinderEngine.glb" >&2
-    exit 1
+# The path of a file of the test models.
+model_file() {
+    local files
+    files=$(dpkg-query --listfiles assimp-testmodels)
+    grep --max-count=1 "/$1\$" <<<"$files" || {
+        echo "demo: the package assimp-testmodels has no $1" >&2
+        exit 1
+    }
 }
+engine=$(model_file 2CylinderEngine.glb)
+moving=$(model_file ASE/anim2.ASE)
+textured=$(model_file Collada/duck.dae)
 stream=build/demo/engine.q7mesh
 materials=build/demo/engine.xml
+archive=build/demo/duck.q7a
 
 # Shows a command as one would type it, then runs it.
 run() {
@@ -35,12 +45,6 @@ run() {
 }
 
 run build/linux/bin/q7-send "$engine" --stream "$stream" --materials "$materials"
-# The summary whole, of each table only the first rows: one screen in all.
-run build/linux/bin/q7-inspect "$stream" | awk '
-    NF == 0 && NR > 1 { table = 1; line = 0 }
-    { ++line }
-    !table || line <= 4 { print }
-    table && line == 5 { print "  ..." }'
 run build/linux/bin/q7-inspect --validate "$stream"
 
 received=build/demo/received
@@ -75,11 +79,11 @@ start_standin() {
     done
 }
 
-# Shows a send and its last line: before it the library tells how it links.
+# Shows a send and what it tells: before that the library tells how it links.
 run_live() {
     printf '\n$ %s\n' "$*"
     "$@" >"$live_log" || fail_live "the live send failed"
-    tail -n 1 "$live_log"
+    grep -E '^messages: | -> ' "$live_log"
 }
 
 # One row of the table; counts are those of the stream.
@@ -106,13 +110,30 @@ rows() {
     done
 }
 
+# await_messages KIND COUNT: a message may still be on its way when its sender has ended.
+await_messages() {
+    local tries=600
+    until [ "$(find "$received" -name "*-$1.json" | wc -l)" -ge "$2" ]; do
+        ((tries-- > 0)) || fail_live "the message $1 did not arrive"
+        sleep 0.05
+    done
+}
+
 start_standin
 run_live build/linux/bin/q7-send "$engine" --live --raw
 raw_models=("$received"/*-model.q7mesh)
 run_live build/linux/bin/q7-send "$engine" --live --processed --stream "$processed"
 all_models=("$received"/*-model.q7mesh)
+await_messages scenes 2
+told=$(wc -l <"$standin_log")
+run_live build/linux/bin/q7-send "$moving" --live
+await_messages camera-animations 1
 standin_failed=
 end_standin
+
+echo "what arrived:"
+# Without the time of each line, and how long its message took.
+tail -n "+$((told + 1))" "$standin_log" | sed -n -E 's/^ +[0-9.]+  #[0-9]+  (word.*)  \([^)]*\)  -> /  \1  -> /p'
 
 printf '\n%-9s  %-28s  %9s  %6s  %9s\n' form model instances meshes triangles
 agree=1
@@ -121,3 +142,9 @@ rows processed "$processed" "${all_models[@]:${#raw_models[@]}}"
 tail -n 1 "$standin_log"
 [ -z "$standin_failed" ] || fail_live "q7-standin found faults"
 [ -n "$agree" ] || fail_live "what arrived is not what was sent"
+
+run build/linux/bin/q7-send "$textured" --q7a "$archive"
+run build/linux/bin/q7-inspect --validate "$archive"
+build/linux/bin/q7-inspect "$archive" | sed -n '/^Entries/,/^$/p' | sed '$d'
+printf '\n$ %s\n' "unzip -t $archive"
+unzip -t "$archive" | tail -n 1

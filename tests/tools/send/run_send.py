@@ -432,6 +432,19 @@ class Live(SendTest):
             rf"^{self.link_lines}messages: metadata.*\n.* triangles -> the renderer \({form}: \d.* of geometry in "
             r"\d+\.\d{3} s, \d.*B/s\).*\n$",
         )
+        self.await_messages(run.stdout)
+
+    def await_messages(self, told: str) -> None:
+        """A message may still be on its way when its sender has ended."""
+        last = None
+        if "camera animation" in told:
+            last = "camera-animations"
+        elif ", camera" in told:
+            last = "scenes"
+        end = time.monotonic() + 60
+        while last and not list((self.folder / "got").glob(f"*-{last}.json")):
+            self.assertLess(time.monotonic(), end, f"{last} did not arrive")
+            time.sleep(0.01)
 
     def received(self) -> list[str]:
         return sorted(f"got/{path.name}" for path in (self.folder / "got").glob("*-model.q7mesh"))
@@ -510,6 +523,7 @@ class Live(SendTest):
             "messages: metadata, camera, 3 lights, 1 scene, 1 camera animation of 90 frames\n",
             run.stdout,
         )
+        self.await_messages(run.stdout)
         self.end(standin)
         kinds = [path.stem.partition("-")[2] for path in sorted((self.folder / "got").iterdir())]
         self.assertEqual(
