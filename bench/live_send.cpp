@@ -30,7 +30,7 @@
 namespace {
 
 constexpr int patience = 60000;
-// Positions, normals, uvs, colours and indices.
+// Positions, normals, uvs, colors and indices.
 constexpr int arraysPerMesh = 5;
 constexpr const Q7Char* modelPath = Q7T("bench");
 

@@ -17,7 +17,7 @@ fail() {
 both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev libtinyobjloader-dev
     assimp-testmodels zlib1g-dev unzip zip)
 # locales: the tests make themselves a locale with a decimal comma.
-linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev clang-format clang-tidy locales)
+linux=(g++ libgtest-dev libassimp-dev clang-format clang-tidy locales)
 # clang, lld and llvm make the caller that follows the MSVC ABI; libwine-dev and wine64-tools the
 # bridge to minizip-ng. Windows are found by their titles only where there is a display: xvfb.
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 libwine-dev wine64-tools xvfb

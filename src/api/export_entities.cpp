@@ -12,7 +12,7 @@ Q7Entity* entityOf(void* session, uint32_t entityType, const Q7Char* entityName)
     return coreOf(session).findEntity(type, isNamed(type) ? toWide(entityName) : WideString());
 }
 
-// Camera animations take new values, but do not give any up.
+// Hosts count on it that a camera animation keeps what was set.
 Q7Entity* shrinkableEntityOf(void* session, uint32_t entityType, const Q7Char* entityName) {
     if (static_cast<EntityType>(entityType) == EntityType::CameraAnimation) return nullptr;
     return entityOf(session, entityType, entityName);

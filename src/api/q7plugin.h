@@ -16,13 +16,15 @@
  * - Transforms: 16 floats, four rows of four; points are row vectors, so the translation stands in
  *   elements 12, 13 and 14. A null transform means the identity.
  * - Silence: bad input, unknown names and files that cannot be opened make a function do nothing.
- *   There is no error text and no last-error call; "Nothing happens when" tells the cases.
+ *   There is no last-error call, and no error text but the few lines on the standard streams that
+ *   single functions name; "Nothing happens when" tells the cases.
  * - Exceptions: nothing is caught at this boundary. std::bad_alloc, and the std::length_error,
- *   std::out_of_range and std::invalid_argument that single functions name, reach the caller. On Windows they can be caught by
- *   type only when host and library are built with the same compiler family.
+ *   std::out_of_range and std::invalid_argument that single functions name, reach the caller. On
+ *   Windows they can be caught by type only when host and library are built with the same compiler
+ *   family.
  * - Threads: no function takes a lock, and a session belongs to one thread at a time. The text of
- *   Q7SetDccPluginInfo and the path last given to SetModelFilePath are shared by all sessions of the
- *   process without protection.
+ *   Q7SetDccPluginInfo, the path last given to SetModelFilePath, the connection to the renderer and
+ *   what is known of its window are shared by all sessions of the process without protection.
  *
  * The header is C and C++. The functions that exist in C++ only are marked so.
  */
@@ -316,8 +318,8 @@ extern "C" {
  *  Nothing happens when the name belongs to a typed material (Q7AddMaterial). */
 Q7_API void AddMaterial(void* session, const Q7Char* materialName, const Q7Char* xml);
 
-/** Appends a record to the session's list of legacy scenes; names may repeat. The list is kept; no
- *  function sends it yet.
+/** Appends a record to the session's list of legacy scenes; names may repeat. SendScenes sends the
+ *  list and empties it.
  *
  *  name, label: text of the record
  *  sceneData:   36 bytes, copied and passed on as they are; not null
@@ -548,15 +550,18 @@ Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path);
  * error: "create texture dir fail!", "copy texture fail!", "copy file fail!" or "compress file fail!".
  *
  * In paths "\" separates on Windows and "/" elsewhere, so give textures and archives with those: on
- * Windows the copy of a texture whose path has "/" goes astray. */
+ * Windows a texture or external file whose path has "/" is missing from the archive, without a word,
+ * and an archive whose path has no "\" is refused. */
 
 /** Saves the model as it stands as an archive, replacing the file. The session stays as it is.
  *
- *  path: the archive; folders that are missing above it are made. A name alone, without a folder, is
- *        no place to fill an archive in, and fails.
+ *  path: the archive; folders that are missing above it are made. A name alone, without a folder,
+ *        fails, and leaves a folder of that name. The zip library takes paths of 900 bytes of
+ *        UTF-8, on Windows of 260 characters: where one in the archive's temporary folder is
+ *        longer, the archive fails.
  *
- *  Returns 1 when the archive was made, else 0. A part of it that could not be written, as on a full
- *  disk, may be missing without a word.
+ *  Returns 1 when the archive was made, else 0. On a full disk parts of it, or all, may be missing
+ *  although 1 is returned.
  *  Cost: writes the model twice, and compresses it at the highest level. */
 Q7_API uint8_t Q7SaveRawToQ7a(void* session, const Q7Char* path);
 
@@ -569,7 +574,8 @@ Q7_API uint8_t Q7SaveProcessedToQ7a(void* session, const Q7Char* path);
  *
  *  externalFile: copied byte by byte. What stands behind the last "." of its name is its extension; a
  *                name without one is its own extension. When the file cannot be opened, its entry is
- *                empty, and the archive is made all the same.
+ *                empty, and the archive is made all the same: "copy file fail!" is for faults of a
+ *                stream that hardly ever come.
  *  path:         the archive */
 Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q7Char* path);
 
@@ -578,7 +584,8 @@ Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q
 /** Tells the id by which the rendering application knows this user: the first line of the file
  *  "cid.dat" in the folder "q7_launcher" of the user's local application data (elsewhere than on
  *  Windows that is $XDG_DATA_HOME, by default ~/.local/share). When there is no such file, it is made,
- *  with an id of 32 hexadecimal digits. Needs no session.
+ *  with an id of 32 hexadecimal digits; where it cannot be written, each process gets another one. The
+ *  line is taken as it is: from an empty file the id is empty. Needs no session.
  *
  *  buffer: where to store the text and its terminator; not touched when size is too small; may be null
  *  size:   of the buffer in bytes. The text is stored when it is at least what is returned.
@@ -588,7 +595,8 @@ Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q
 Q7_API uint32_t Q7GetCid(char* buffer, uint32_t size);
 
 /** Tells the folder of the rendering application's logs, with a separator behind it:
- *  "q7_engine\Saved\Logs\" in the user's local application data. The folder is made when it is
+ *  "q7_engine\Saved\Logs\" in the user's local application data (elsewhere than on Windows
+ *  "q7_engine/Saved/Logs/" in the folder that Q7GetCid names). The folder is made when it is
  *  missing, also when the application was never installed. Needs no session.
  *
  *  buffer: where to store the path and its terminator; not touched when size is too small; may be null
@@ -600,9 +608,11 @@ Q7_API uint32_t Q7GetLogDir(Q7Char* buffer, uint32_t size);
 /** Tells the size of the renderer's viewport, as its window is on the screen now. Needs no session; one
  *  thread at a time.
  *
- *  Returns the width in pixels in the upper 16 bits and the height in the lower 16 bits; 0 when there
+ *  Returns the width in pixels in the upper 16 bits and the height in the lower 16 bits (a height above
+ *  65535 spills into the width); 0 when there
  *  is no such window, in the first call after it was closed, and always on systems other than
- *  Windows. */
+ *  Windows. Once the renderer's main window was seen without its viewport and was then closed, the
+ *  size stays unknown for the rest of the process. */
 Q7_API uint32_t Q7RenderWindowSize(void);
 
 /* ---- Scenes, lights and other records --------------------------------------------------------- */
@@ -641,7 +651,8 @@ Q7_API void Q7DeleteLight(void* session, const Q7Char* name);
 /** Removes all lights. */
 Q7_API void Q7ClearLights(void* session);
 
-/** Gives an id a name, replacing the one it has. The pairs go with the lights as their groups. */
+/** Gives an id a name, replacing the one it has. The lights message lists the pairs as its groups; a
+ *  light refers to one by a property that host and renderer agree on. */
 Q7_API void Q7SetPathElementName(void* session, const Q7Char* id, const Q7Char* name);
 
 /** Takes an id's name away. Nothing happens when the id is unknown. */
@@ -666,10 +677,11 @@ Q7_API void Q7SetEntityFloatProperty(void* session, uint32_t entityType, const Q
 /** Sets a property to several floats. Messages show one float as a plain number, and leave the
  *  property out when there is none.
  *
- *  values: count floats; null counts as none
+ *  values: count floats; null counts as none, whatever the count
  *
  *  Nothing happens when the type is unknown, or no record of that type has the name.
- *  Throws std::length_error "vector too long" when count is negative. */
+ *  Throws std::length_error "vector too long" when there is a record, values are given and count is
+ *  negative. */
 Q7_API void Q7SetEntityFloatArrayProperty(void* session, uint32_t entityType,
                                           const Q7Char* entityName, const Q7Char* property,
                                           const float* values, int count);
@@ -694,13 +706,19 @@ Q7_API void Q7DeleteEntityProperty(void* session, uint32_t entityType, const Q7C
 
 /* ---- Messages --------------------------------------------------------------------------------- */
 /* Each message takes a connection of its own, and goes only when a renderer shows a status other than
- * 0 and no connection for a model is open: one that comes in the meantime is dropped, not queued. No
- * failure is reported. A message waits for the renderer to take it, however long that lasts.
+ * 0 and no connection for a model is open, of whatever session: one that comes in the meantime is
+ * dropped, not queued. No failure is reported. A message waits for the renderer to take it, however
+ * long that lasts.
+ * It goes to the port that was read last: StartLinkQ7Render reads it, and every connection or send
+ * that fails. So the first message of a process that did not call StartLinkQ7Render, and the first one
+ * after the renderer moved, are lost. When the renderer publishes no port then, "Port share mem
+ * error!" is printed on standard output.
  * docs/formats/link_protocol.md tells the bytes. */
 
-/** Sends the camera in its short form, with the path of SetModelFilePath.
+/** Sends the camera in its short form, with the session's model path: that of SetModelFilePath or
+ *  SetRelevantModelFilePath, whichever was called last.
  *
- *  transform: 36 bytes, passed on unread
+ *  transform: 36 bytes, passed on unread; not null
  *  fov:       passed on unread */
 Q7_API void SendCameraTransformFov(void* session, const char* transform, float fov);
 
@@ -710,13 +728,17 @@ Q7_API void Q7SendCamera(void* session);
 /** Sends the properties of the session's metadata, and the model's path if one is set. They stay. */
 Q7_API void Q7SendMetaData(void* session);
 
-/** Asks the renderer for the metadata that it holds of the session's model.
+/** Asks the renderer for the metadata that it holds of the session's model, and waits for the answer
+ *  without a limit. Each call asks anew. As much of the answer is taken as arrives at once; what it
+ *  announces beyond that becomes zeros that count towards its length. One that announces more than
+ *  64 MiB is no answer.
  *
  *  buffer: room for the text and its terminator, or null
  *  size:   what buffer holds, in units of Q7Char
  *
- *  Returns the text's length plus one, 1 when no answer comes; the text is stored only when size is
- *  at least that. Returns 0xFFFFFFFF when no message may go. */
+ *  Returns the text's length plus one; the text is stored only when size is at least that. Without an
+ *  answer, also of a renderer that cannot be reached, the text is empty. Returns 0xFFFFFFFF when no
+ *  message may go. */
 Q7_API uint32_t Q7GetMetaData(void* session, Q7Char* buffer, uint32_t size);
 
 /** Sends all scenes of Q7AddScene with the model's path. They stay. */
@@ -725,9 +747,11 @@ Q7_API void Q7SendScenes(void* session);
 /** Sends all lights and the names of Q7SetPathElementName with the model's path. They stay. */
 Q7_API void Q7SendLights(void* session);
 
-/** Sends the records of AddScene in the order of adding, and drops them, also when the send fails.
+/** Sends the records of AddScene in the order of adding, and drops them, also when the send fails. They
+ *  stay when no message may go.
  *
- *  text: passed on unread. When it is empty nothing is sent and the records stay. */
+ *  text: passed on unread. When it is empty the connection is opened and closed, nothing is sent, and
+ *        the records stay. */
 Q7_API void SendScenes(void* session, const Q7Char* text);
 
 /** Sends two texts about the lights, passed on unread. */
@@ -769,7 +793,8 @@ typedef struct Q7AnimProperty {
 
 /* A camera animation is a record of type 4 with key frames in the order of adding. Its own properties
  * are set through Q7SetEntityIntProperty and its siblings. Key frames are addressed by their index,
- * from 0. In all functions with a type only 4 is known, and with another nothing happens, as with a
+ * from 0. The library passes the points of curves on unread: what several points of one property are,
+ * and whether tangents are absolute, is a matter between the host and the renderer. In all functions with a type only 4 is known, and with another nothing happens, as with a
  * name that no camera animation has. */
 
 /** Adds a camera animation without key frames, whose text property "Name" is its name. One that has
@@ -822,10 +847,11 @@ Q7_API void Q7SetAnimProperty(void* session, int32_t type, const Q7Char* name,
 /** Sets a property of a key frame to several points of curves, replacing what it held. Messages leave
  *  a property without points out.
  *
- *  values: count points; null counts as none
+ *  values: count points; null counts as none, whatever the count
  *
  *  Nothing happens when there is no such key frame.
- *  Throws std::length_error "vector too long" when count is negative. */
+ *  Throws std::length_error "vector too long" when there is a key frame, values are given and count is
+ *  negative. */
 Q7_API void Q7SetAnimArrayProperty(void* session, int32_t type, const Q7Char* name,
                                    const Q7Char* property, int32_t frame,
                                    const Q7AnimProperty* values, int count);

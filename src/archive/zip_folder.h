@@ -4,5 +4,7 @@
 #include "support/text.h"
 
 // Packs what is in the folder, with all levels below, into a new zip file, which replaces an older one.
-// Entries are named relative to the folder. Whether the file is complete.
+// Entries are named relative to the folder. False when something could not be read or written, as far as
+// the zip library tells: a full disk may stay untold. Also when a path is too long for that library,
+// which takes 900 bytes, and on Windows 260 characters.
 bool zipFolder(const WideString& folder, const WideString& zipPath);

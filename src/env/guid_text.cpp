@@ -1,11 +1,13 @@
 #include "env/guid_text.h"
 
-#include "platform/guid.h"
-
 std::string newGuidText() {
+    return guidText(platform::newGuid());
+}
+
+std::string guidText(const std::optional<platform::Guid>& guid) {
     constexpr char digits[] = "0123456789ABCDEF";
     std::string text;
-    if (const auto guid = platform::newGuid()) {
+    if (guid) {
         for (const std::uint8_t byte : *guid) {
             text += digits[byte >> 4];
             text += digits[byte & 0xF];

@@ -12,7 +12,7 @@ class RenderWindow {
 
     // The width in pixels in the upper 16 bits and the height in the lower ones, with nothing cut off;
     // 0 when it is not known. A window that was found is not searched for again until the viewport
-    // has no size any more: that call gives 0, and the next one searches anew.
+    // is gone: the call that finds it so gives 0, and the next one searches anew.
     std::uint32_t viewportSize();
 
   private:

@@ -99,11 +99,12 @@ TEST_F(CameraAnimations, AreReplacedDeletedAndCleared) {
 }
 
 TEST(CameraAnimationsOfNoSession, DoNothing) {
-    const MessageRecorder recorder;
+    MessageRecorder recorder;
     Q7AddCameraAnims(nullptr, Q7T("a"));
     Q7DeleteCameraAnims(nullptr, Q7T("a"));
     Q7ClearCameraAnims(nullptr);
     Q7SendCameraAnims(nullptr);
+    EXPECT_FALSE(recorder.renderer.hasCaller());
 }
 
 TEST_F(CameraAnimations, FramesKeepTheOrderOfAdding) {
@@ -194,6 +195,7 @@ TEST_F(CameraAnimations, SeveralPointsReplaceWhatThePropertyHeld) {
     Q7SetAnimArrayProperty(session, cameras, Q7T("a"), Q7T("X"), 0, points, 2);
     Q7SetAnimArrayProperty(session, cameras, Q7T("a"), Q7T("Y"), 0, points, 0);
     Q7SetAnimArrayProperty(session, cameras, Q7T("a"), Q7T("Z"), 0, nullptr, 2);
+    Q7SetAnimArrayProperty(session, cameras, Q7T("a"), Q7T("M"), 0, nullptr, -1);
     Q7SetAnimProperty(session, cameras, Q7T("a"), Q7T("N"), 0, nullptr);
     EXPECT_EQ(sent(), message(R"({"T":1.0,"X":[)" + onePoint +
                               R"(,{"LT":-2.0,"LV":1e+300,"RT":4.0,"RV":5.0,"V":0.1}]})"));

@@ -288,6 +288,14 @@ TEST_F(SaveRawToQ7a, TakesPathsOfAnyLength) {
     }
 }
 
+TEST_F(SaveRawToQ7a, APathTooLongForTheZipLibraryFails) {
+    const WideString path = pathOfLength(place.path(), 900);
+    const HostString argument(path.begin(), path.end());
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(Q7SaveRawToQ7a(host.session, argument.c_str()), 0);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "compress file fail!\n");
+}
+
 TEST_F(SaveProcessedToQ7a, HoldsTheMergedModelAndTheInstancesOfTheOther) {
     host.addNode(Q7T("a"), {Q7T("m")}, Q7T("one"));
     host.addNode(Q7T("b"), {Q7T("m")}, Q7T("two"));
@@ -339,6 +347,25 @@ TEST_F(SaveExtToQ7a, ANameThatEndsInADotHasAnEmptyExtension) {
 }
 
 #else
+
+TEST_F(SaveExtToQ7a, ANameThatEndsInADotHasAnEmptyExtension) {
+    EXPECT_EQ(saveExt(hostPath(write("name.", "x")), target), 1);
+    const Contents contents = archiveContents(target);
+    EXPECT_EQ(contents.size(), 3U);
+    // File names do not end in a dot on Windows; where the system drops it the entry is plain "1".
+    EXPECT_TRUE(contents.contains("1.") || contents.contains("1"));
+}
+
+TEST_F(SaveRawToQ7a, SucceedsThoughTheTemporaryFolderCannotBeRemoved) {
+    fs::create_directory(temporary);
+    {
+        const std::ofstream inUse(temporary / "left over");
+        EXPECT_EQ(saveRaw(target), 1);
+        EXPECT_EQ(saveExt(Q7T("x"), place / "ext.q7a"), 1);
+        EXPECT_TRUE(fs::exists(temporary / "left over"));
+    }
+    EXPECT_TRUE(archiveContents(target).contains("left over"));
+}
 
 TEST_F(SaveRawToQ7a, ATextureWhosePathHasNoBackslashGoesAstray) {
     Q7SetMaterialVersion(host.session, 1);

@@ -153,6 +153,7 @@ TEST_F(Entities, AnArrayWithoutElementsIsLeftOut) {
     setAll(0, nullptr);
     Q7SetEntityFloatArrayProperty(host.session, 0, nullptr, Q7T("fs"), values, 0);
     Q7SetEntityFloatArrayProperty(host.session, 0, nullptr, Q7T("f"), nullptr, 3);
+    Q7SetEntityFloatArrayProperty(host.session, 0, nullptr, Q7T("null"), nullptr, -1);
     EXPECT_EQ(camera(), "{\"i\":-7,\"t\":\"\u4E2D \U0001F600\"}");
 }
 

@@ -60,7 +60,8 @@ void sendAll(void* session) {
 }  // namespace
 
 TEST_F(Messages, SendCameraTransformFovPassesItsBytesOn) {
-    const std::string transform = asBytes(sceneData(200));
+    // A zero among the bytes ends nothing.
+    const std::string transform = asBytes(sceneData(230));
     MessageBytes message =
         recorder.sentBy([&] { SendCameraTransformFov(host.session, transform.data(), -0.75F); });
     EXPECT_EQ(message.word(), 5U);
@@ -68,6 +69,27 @@ TEST_F(Messages, SendCameraTransformFovPassesItsBytesOn) {
     EXPECT_EQ(message.real(), -0.75F);
     EXPECT_EQ(message.string(), u"C:\\m \u4E2D");
     EXPECT_TRUE(message.atEnd());
+}
+
+TEST_F(Messages, NameTheSessionsOwnModel) {
+    const std::string transform = asBytes(sceneData(1));
+    SetRelevantModelFilePath(host.session, Q7T("C:\\part"));
+    MessageBytes message =
+        recorder.sentBy([&] { SendCameraTransformFov(host.session, transform.data(), 1); });
+    message.take(44);
+    EXPECT_EQ(message.string(), u"C:\\part");
+    recorder.renderer.serve({[](Peer& peer) {
+        EXPECT_EQ(peer.word(), 10U);
+        EXPECT_EQ(peer.string(), u"C:\\part");
+    }});
+    EXPECT_EQ(Q7GetMetaData(host.session, nullptr, 0), 1U);
+    recorder.renderer.finish();
+    const Host empty;
+    MessageBytes ofNoModel =
+        recorder.sentBy([&] { SendCameraTransformFov(empty.session, transform.data(), 1); });
+    ofNoModel.take(44);
+    EXPECT_EQ(ofNoModel.string(), u"");
+    EXPECT_TRUE(ofNoModel.atEnd());
 }
 
 TEST_F(Messages, CameraAndMetadataEachSendTheirOwn) {
@@ -169,7 +191,7 @@ TEST_F(Messages, ScenesAndLightsStayAndTheirKeysAreInByteOrder) {
 
 TEST_F(Messages, SendScenesSendsTheRecordsOnceInTheirOrder) {
     const SceneData first = sceneData(1);
-    const SceneData second = sceneData(100);
+    const SceneData second = sceneData(250);
     AddScene(host.session, Q7T("b\u00E9"), Q7T(""), first.data(), 0xFFFFFFFE);
     AddScene(host.session, Q7T("a"), Q7T("label"), second.data(), 7);
     MessageBytes message = recorder.sentBy([&] { SendScenes(host.session, Q7T("te\u4E2Dt")); });
@@ -224,8 +246,11 @@ TEST_F(Messages, DuringAConnectionForAModelAreDroppedAndLeaveIt) {
     }});
     ASSERT_EQ(Q7GroupSyncConnect(host.session), ConnectRet_Accepted);
     Q7Char buffer = Q7Char('x');
-    sendAll(host.session);
-    EXPECT_EQ(Q7GetMetaData(host.session, &buffer, 1), 0xFFFFFFFFU);
+    const Host other;
+    for (void* const session : {host.session, other.session}) {
+        sendAll(session);
+        EXPECT_EQ(Q7GetMetaData(session, &buffer, 1), 0xFFFFFFFFU);
+    }
     EXPECT_EQ(buffer, Q7Char('x'));
     EXPECT_EQ(HasConnected(host.session), 1);
     EXPECT_FALSE(recorder.renderer.hasCaller());
@@ -238,6 +263,18 @@ TEST_F(Messages, DuringAConnectionForAModelAreDroppedAndLeaveIt) {
     EXPECT_EQ(scenes.word(), 1U);
     EXPECT_NE(recorder.textOf(18, [&] { Q7SendCameraAnims(host.session); }),
               u"{\"CameraAnimations\":[]}");
+}
+
+TEST_F(Messages, GoWhenASessionOnlyCountsAsConnected) {
+    const auto listener = platform::listenOnLoopback();
+    recorder.renderer.setPort(platform::portOf(listener));
+    EXPECT_EQ(StartLinkQ7Render(Q7T("")), 0U);
+    platform::closeSocket(listener);
+    recorder.renderer.setPort(recorder.renderer.port());
+    EXPECT_EQ(Q7GroupSyncConnect(host.session), ConnectRet_Accepted);
+    EXPECT_EQ(HasConnected(host.session), 1);
+    EXPECT_EQ(recorder.textOf(13, [&] { Q7SendScenes(host.session); }).front(), u'{');
+    DisConnect(host.session);
 }
 
 TEST_F(Messages, WithStatusZeroNothingTouchesTheNetwork) {

@@ -7,6 +7,7 @@ one file of more than 4 GiB, which takes a minute and next to no disk.
 """
 
 import os
+import random
 import shutil
 import subprocess
 import sys
@@ -19,7 +20,12 @@ UTF8 = 0x800
 ENCRYPTED = 0x1
 LEVEL = 0x6
 HIGHEST = 0x2
+# A text that level 8 packs less well than level 9.
+CHOICE = random.Random(1)
+PIECES = [CHOICE.choice(["ab", "abc", "bca", "cab", "a", "bb"]) for _ in range(60_000)]
+LEVELS_DIFFER = "".join(PIECES).encode()
 CONTENTS = {
+    "levels differ": LEVELS_DIFFER,
     "1.q7mesh": bytes(range(256)) * 5000,
     "info.json": b'{"productID":"0"}',
     "empty": b"",
@@ -28,6 +34,11 @@ CONTENTS = {
 }
 FOLDERS = {"textures/", "textures/deeper/", "none/"}
 LARGE = (4 << 30) + 12345
+
+
+def packed_size(data: bytes, level: int) -> int:
+    packer = zlib.compressobj(level, zlib.DEFLATED, -15)
+    return len(packer.compress(data) + packer.flush())
 
 
 def pack(program: list[str], folder: Path, archive: Path) -> None:
@@ -44,6 +55,8 @@ def check_contents(program: list[str], top: Path) -> None:
     with zipfile.ZipFile(archive) as opened:
         entries = opened.infolist()
         assert sorted(entry.filename for entry in entries) == sorted([*CONTENTS, *FOLDERS])
+        assert packed_size(LEVELS_DIFFER, 9) < packed_size(LEVELS_DIFFER, 8)
+        assert opened.getinfo("levels differ").compress_size == packed_size(LEVELS_DIFFER, 9)
         for entry in entries:
             assert entry.flag_bits & UTF8 and not entry.flag_bits & ENCRYPTED, entry
             if entry.is_dir():

@@ -12,6 +12,11 @@
 #include <string_view>
 
 #include "common/zip_reader.h"
+#include "env/file_utilities.h"
+#include "platform/files.h"
+#include "platform/folders.h"
+#include "platform/path_separator.h"
+#include "tests/platform/long_path.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
 
@@ -169,6 +174,39 @@ TEST_F(ZipFolder, aTargetThatCannotBeWrittenIsAFailure) {
 TEST_F(ZipFolder, aMissingFolderIsAFailure) {
     EXPECT_FALSE(zipFolder(wide(temporary / "missing"), wide(target)));
 }
+
+TEST_F(ZipFolder, aPathThatTheZipLibraryCannotTakeIsAFailureAndAnyOtherIsPackedWhole) {
+    for (const std::size_t length : {500, 898, 899, 1000, 1006, 1010, 1023, 1030, 1217, 2000}) {
+        const WideString deep = pathOfLength(folder, length);
+        const WideString file = deep + platform::pathSeparator + u'a';
+        ASSERT_TRUE(createDirectories(deep));
+        writeFile(platform::nativePath(file), "text");
+        // Once with the long path as that of the folder, once as that of what is in it.
+        for (const WideString& from : {deep, wide(folder)}) {
+            const bool packed = zipFolder(from, wide(target));
+            EXPECT_EQ(packed, length + 2 <= 900) << length;
+            if (!packed) continue;
+            const auto contents = Archive(target).contents();
+            ASSERT_FALSE(contents.empty()) << length;
+            EXPECT_EQ(contents.rbegin()->second, "text") << length;
+        }
+        EXPECT_FALSE(zipFolder(wide(folder / "none"), deep));
+        platform::removeFolderTree(wide(folder));
+        fs::create_directories(folder);
+    }
+}
+
+#if !defined(_WIN32)
+
+TEST_F(ZipFolder, anArchiveThatCannotBeFinishedIsAFailure) {
+    if (!fs::exists("/dev/full")) GTEST_SKIP() << "there is no /dev/full here";
+    // So many names that the list of them at the end is written at once.
+    for (int i = 0; i < 300; ++i)
+        writeFile(folder / std::to_string(i), "");
+    EXPECT_FALSE(zipFolder(wide(folder), u"/dev/full"));
+}
+
+#endif
 
 // Under Wine what is open is not seen here.
 #if !defined(_WIN32)

@@ -28,6 +28,14 @@ TEST(EntityJson, OneElementIsAPlainValue) {
     EXPECT_EQ(jsonOf(entity), R"({"double":0.1,"float":0.5,"int":-7})");
 }
 
+TEST(EntityJson, OfNamesThatShowAlikeTheLaterValueStays) {
+    Q7Entity entity;
+    // Neither is a character, so both show as U+FFFD.
+    entity.setInts(WideString(1, u'\xD800'), std::vector{1});
+    entity.setInts(WideString(1, u'\xD801'), std::vector{2});
+    EXPECT_EQ(jsonOf(entity), "{\"\uFFFD\":2}");
+}
+
 TEST(EntityJson, MoreElementsAreAnArrayInOrder) {
     Q7Entity entity;
     entity.setInts(u"ints", std::vector{3, 1, 2});

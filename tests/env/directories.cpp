@@ -14,6 +14,12 @@ TEST(LauncherDataPath, IsInTheLocalApplicationDataAndNotMade) {
     EXPECT_TRUE(fs::is_empty(data.path()));
 }
 
+TEST(LauncherDataPath, WithoutLocalApplicationDataIsAtTheRoot) {
+    LocalAppData data;
+    data.hide();
+    EXPECT_EQ(launcherDataPath(), fs::path("/q7_launcher").make_preferred().u16string());
+}
+
 TEST(LogDirectory, EndsInASeparatorAndIsMadeWhenMissing) {
     const LocalAppData data;
     const fs::path expected = data / "q7_engine" / "Saved" / "Logs" / "";

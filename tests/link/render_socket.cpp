@@ -152,6 +152,23 @@ TEST(ReceiveString, IsAByteCountAndThatManyBytesOfUtf8) {
     EXPECT_EQ(receivedString(wordBytes(5) + "a\xE4\xB8\xAD" + "b"), u"a\u4E2Db");
 }
 
+TEST(ReceiveString, TakesLongTextsAndNoAbsurdOnes) {
+    EXPECT_EQ(receivedString(wordBytes(64U << 20) + "a").size(), 64U << 20);
+    EXPECT_EQ(receivedString(wordBytes((64U << 20) + 1) + "a"), u"");
+}
+
+TEST(ReceiveString, TakesTwiceTheLengthFromTheConnection) {
+    FakeRenderer renderer;
+    renderer.serve({[&](Peer& peer) { peer.send(wordBytes(2) + "abcd" + "next"); }});
+    RenderSocket link;
+    SocketConnect(link, renderer.port());
+    EXPECT_EQ(ReceiveString(link), u"ab");
+    std::uint32_t next = 0;
+    EXPECT_TRUE(ReceiveWord(link, next));
+    EXPECT_EQ(wordBytes(next), "next");
+    renderer.finish();
+}
+
 TEST(ReceiveString, WithoutALengthIsEmpty) {
     EXPECT_EQ(receivedString(""), u"");
     EXPECT_EQ(receivedString(wordBytes(0) + "text"), u"");

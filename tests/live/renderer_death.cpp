@@ -22,7 +22,7 @@ constexpr bool blocksOutliveTheirProcess = false;
 constexpr bool blocksOutliveTheirProcess = true;
 #endif
 
-// The assembler for Windows has no word for the address of this one.
+// MinGW takes no address of a function whose name was given to the assembler.
 ConnectRet connectGroup(void* session) {
     return Q7GroupSyncConnect(session);
 }
@@ -141,6 +141,7 @@ class RendererDeath : public testing::Test {
         const std::string word = std::to_string(request.word);
         SCOPED_TRACE("death at word " + word);
         const auto standin = startLinked({"--die-at-word", word, "--send-type", "5"});
+        // A connect whose own word is not the one to die at.
         Connect* const connect = request.word == 8 ? Q7ProcessedSyncConnect : connectGroup;
         sendTo(connect, Q7SendProcessed);
         ASSERT_TRUE(standin->keeps("0002-model.q7mesh"));
@@ -228,7 +229,8 @@ TEST_F(RendererDeath, AtThePluginFile) {
     forgetInstallation();
     Standin standin({"--die-at-word", "3"});
     if (blocksOutliveTheirProcess) {
-        // The host waits for the link until somebody else is the renderer.
+        // The block of the dead renderer shows its status on, so the host waits until another one
+        // shows that it is linked.
         std::unique_ptr<Standin> next;
         std::thread later([&] {
             EXPECT_EQ(standin.exitCode(), diedOnRequest) << standin.printed();

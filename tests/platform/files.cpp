@@ -41,6 +41,17 @@ TEST(OpenForWriting, TakesAnyUnicodeName) {
     EXPECT_EQ(readFile(path), "y");
 }
 
+TEST(FileCanBeOpened, IsTrueForFilesOnly) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "empty").flush();
+    std::ofstream(folder / "file") << "x";
+    EXPECT_TRUE(platform::fileCanBeOpened(wide(folder / "empty")));
+    EXPECT_TRUE(platform::fileCanBeOpened(wide(folder / "file")));
+    EXPECT_FALSE(platform::fileCanBeOpened(wide(folder.path())));
+    EXPECT_FALSE(platform::fileCanBeOpened(wide(folder / "missing")));
+    EXPECT_FALSE(platform::fileCanBeOpened(u""));
+}
+
 TEST(OpenForWriting, IsNullWhereNoFileCanBe) {
     const TemporaryFolder folder;
     for (const WideString& path :

@@ -50,7 +50,11 @@ TEST(LocalAppDataFolder, IsInTheHomeFolderUnlessTheVariableNamesOne) {
         setenv("XDG_DATA_HOME", value, 1);
         EXPECT_EQ(platform::localAppDataFolder(), u"/some/where/.local/share") << value;
     }
+    setenv("XDG_DATA_HOME", "/data/home//", 1);
+    EXPECT_EQ(platform::localAppDataFolder(), u"/data/home");
     unsetenv("XDG_DATA_HOME");
+    EXPECT_EQ(platform::localAppDataFolder(), u"/some/where/.local/share");
+    setenv("HOME", "/some/where/", 1);
     EXPECT_EQ(platform::localAppDataFolder(), u"/some/where/.local/share");
     setenv("HOME", "relative", 1);
     EXPECT_EQ(platform::localAppDataFolder(), u"");

@@ -16,6 +16,9 @@ class LocalAppData {
   public:
     LocalAppData() : before_(current()) { set(folder_.path()); }
     ~LocalAppData() {
+#if !defined(_WIN32)
+        if (home_) setenv("HOME", home_->c_str(), 1);
+#endif
         if (before_) {
             set(*before_);
         } else {
@@ -25,7 +28,20 @@ class LocalAppData {
     LocalAppData(const LocalAppData&) = delete;
     LocalAppData& operator=(const LocalAppData&) = delete;
 
-    const std::filesystem::path& path() const { return folder_.path(); }
+    const std::filesystem::path& path() const {
+        return folder_.path();
+    }
+    // The system has none for the rest of the test.
+    void hide() {
+#if defined(_WIN32)
+        set(folder_ / "missing");
+#else
+        unset();
+        const char* const home = std::getenv("HOME");
+        home_ = home ? home : "";
+        setenv("HOME", "", 1);
+#endif
+    }
     std::filesystem::path operator/(const std::filesystem::path& child) const {
         return folder_ / child;
     }
@@ -71,4 +87,7 @@ class LocalAppData {
 
     TemporaryFolder folder_;
     std::optional<std::filesystem::path> before_;
+#if !defined(_WIN32)
+    std::optional<std::string> home_;
+#endif
 };

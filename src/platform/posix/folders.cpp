@@ -12,11 +12,15 @@
 namespace platform {
 namespace {
 
-// Empty unless the variable names a place from the root: a relative one has no meaning here.
+// Without a separator behind it. Empty unless the variable names a place from the root: a relative one
+// has no meaning here.
 std::string folderOf(const char* variable) {
     // Safe beside everything but a change of the environment, which no thread should make.
     const char* const value = std::getenv(variable);  // NOLINT(concurrency-mt-unsafe)
-    return value != nullptr && *value == '/' ? value : "";
+    std::string folder = value != nullptr && *value == '/' ? value : "";
+    while (folder.size() > 1 && folder.ends_with('/'))
+        folder.pop_back();
+    return folder;
 }
 
 }  // namespace

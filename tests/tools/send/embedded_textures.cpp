@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <cstdio>
 
 #include "tests/tools/send/source_scene.h"
 
@@ -14,7 +14,7 @@ class EmbeddedTexturesTest : public testing::Test {
         auto* made = new aiTexture;
         made->mWidth = width;
         made->mHeight = height;
-        std::strncpy(made->achFormatHint, hint, HINTMAXTEXTURELEN - 1);
+        std::snprintf(made->achFormatHint, HINTMAXTEXTURELEN, "%s", hint);
         const unsigned texels = height == 0 ? (width + 3) / 4 : width * height;
         made->pcData = new aiTexel[texels]();
         return made;
