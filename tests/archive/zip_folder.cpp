@@ -57,6 +57,12 @@ class Archive {
     q7tools::ZipReader reader_;
 };
 
+#if defined(_WIN32)
+constexpr bool reachesLongPaths = false;
+#else
+constexpr bool reachesLongPaths = true;
+#endif
+
 class ZipFolder : public testing::Test {
   protected:
     ZipFolder() { fs::create_directories(folder); }
@@ -184,7 +190,8 @@ TEST_F(ZipFolder, aPathThatTheZipLibraryCannotTakeIsAFailureAndAnyOtherIsPackedW
         // Once with the long path as that of the folder, once as that of what is in it.
         for (const WideString& from : {deep, wide(folder)}) {
             const bool packed = zipFolder(from, wide(target));
-            EXPECT_EQ(packed, length + 2 <= 900) << length;
+            // What is in a folder may be out of reach on Windows when its path is that long.
+            if (reachesLongPaths || length + 2 > 900) EXPECT_EQ(packed, length + 2 <= 900);
             if (!packed) continue;
             const auto contents = Archive(target).contents();
             ASSERT_FALSE(contents.empty()) << length;
