@@ -20,7 +20,8 @@ void installStandin(const Installation& installation) {
     fs::copy_file(Q7_STANDIN, launcher);
     fs::permissions(launcher, fs::perms::owner_all);
     std::ofstream(installation.path("q7-standin.options"))
-        << "--quiet --exit-after 60000 --messages 3 --out received --transcript transcript.txt\n";
+        << "--quiet --exit-after 60000 --connections 3 --out received --transcript "
+           "transcript.txt\n";
 }
 
 void describe(const Host& host) {
@@ -161,3 +162,22 @@ TEST_F(LiveHost, AnOlderRendererGetsThePlainFormAlone) {
     expectModel("0005-model.q7mesh", savedProcessed(host_));
     expectClosedConnections(3);
 }
+
+#if defined(_WIN32)
+
+TEST(RenderWindowOfAnotherProcess, IsFoundAndFollowedWhenItGoesAndComesBack) {
+    EXPECT_EQ(Q7RenderWindowSize(), 0U);
+    for (const auto& [size, number] :
+         {std::pair("1920x1080", 0x07800438U), std::pair("640x480", 0x028001E0U)}) {
+        {
+            const Standin standin({"--window", size});
+            EXPECT_EQ(Q7RenderWindowSize(), number);
+            EXPECT_EQ(Q7RenderWindowSize(), number);
+        }
+        // The first call finds that the window is gone, the second one that there is none.
+        EXPECT_EQ(Q7RenderWindowSize(), 0U);
+        EXPECT_EQ(Q7RenderWindowSize(), 0U);
+    }
+}
+
+#endif

@@ -104,7 +104,7 @@ class RendererDeath : public testing::Test {
         std::vector<q7tools::StreamModel> whole;
         int count = 0;
         {
-            const auto standin = startLinked({"--messages", "1"});
+            const auto standin = startLinked({"--connections", "1"});
             sendTo(connect, send);
             EXPECT_EQ(standin->exitCode(), 0) << standin->printed();
             count = standin->acknowledgements();
@@ -130,7 +130,7 @@ class RendererDeath : public testing::Test {
         // Nobody is there, which a host does not notice.
         sendTo(connect, send);
         EXPECT_EQ(host.savedBytes(), before);
-        const auto last = startLinked({"--messages", "1"});
+        const auto last = startLinked({"--connections", "1"});
         sendTo(connect, send);
         EXPECT_EQ(last->exitCode(), 0) << last->printed();
         expectWhole(*last);

@@ -46,7 +46,7 @@ void readCameras(const aiScene& source, const NodeTable& nodes, Scene& scene) {
         camera.aspectRatio = finiteOr(from.mAspect, 0);
         camera.nearPlane = finiteOr(from.mClipPlaneNear, 0);
         camera.farPlane = finiteOr(from.mClipPlaneFar, 0);
-        camera.orthographicWidth = finiteOr(from.mOrthographicWidth, 0);
+        camera.orthographicWidth = 2 * finiteOr(from.mOrthographicWidth, 0);
     }
 }
 

@@ -49,7 +49,7 @@ inline constexpr std::array<EntityPropertyDescription, 24> entityPropertyDescrip
     {entity::aspectRatio, "cs", "number: width by height, where the file tells it"},
     {entity::nearPlane, "cs", "number: distance from which on it sees"},
     {entity::farPlane, "cs", "number: distance up to which it sees"},
-    {entity::orthographicWidth, "cs", "number: from the middle to the side, without perspective"},
+    {entity::orthographicWidth, "cs", "number: width of its view, without perspective"},
     {entity::type, "l", "text: Point, Directional, Spot, Ambient or Area"},
     {entity::color, "l", "red, green, blue; the largest is 1"},
     {entity::intensity, "l", "number: factor of the color"},

@@ -76,7 +76,7 @@ struct SceneCamera {
     float aspectRatio = 0;  // width by height; 0 when the file does not tell it
     float nearPlane = 0;
     float farPlane = 0;
-    float orthographicWidth = 0;  // from the middle to the side; 0 when it shows perspective
+    float orthographicWidth = 0;  // of the whole view; 0 when it shows perspective
 };
 
 enum class LightType { point, directional, spot, ambient, area };

@@ -30,7 +30,7 @@ Examples:
       The same, and keeps each message as a file in the folder "received": models as 0001-model.q7mesh
       and so on, for q7-inspect; all else as JSON.
 
-  q7-standin --quiet --messages 2 --exit-after 60000 --out received
+  q7-standin --quiet --connections 2 --exit-after 60000 --out received
       For a test: takes the plug-in file and one model, says only what was wrong, and ends; after a
       minute in any case.
 
@@ -53,7 +53,7 @@ As the launcher:
 
 Exit status:
   0  all messages were right
-  1  a message was against the protocol, or fewer connections came than --messages asked for
+  1  a message was against the protocol, or fewer connections came than --connections asked for
   2  bad usage, another renderer runs, or a file cannot be written
   3  ended by --die-at-ack or --die-at-word
 )text";
@@ -117,7 +117,8 @@ void addOutput(CLI::App& app, Options& options) {
 
 void addLifetime(CLI::App& app, Options& options) {
     app.option_defaults()->group("When it ends");
-    app.add_option("--messages", options.messages, "End after so many connections")->type_name("N");
+    app.add_option("--connections", options.connections, "End after so many connections")
+        ->type_name("N");
     app.add_option("--exit-after", options.exitAfter, "End after so many milliseconds")
         ->type_name("MS")
         ->check(notNegative());

@@ -46,9 +46,9 @@ struct Options {
     std::optional<std::filesystem::path> out;
     std::optional<std::filesystem::path> transcript;
     std::optional<std::filesystem::path> readyFile;
-    std::optional<std::uint64_t> messages;    // connections after which it ends
-    std::optional<int> exitAfter;             // milliseconds
-    std::optional<std::string> launchedWith;  // the plug-in file, when started as the launcher
+    std::optional<std::uint64_t> connections;  // after which it ends
+    std::optional<int> exitAfter;              // milliseconds
+    std::optional<std::string> launchedWith;   // the plug-in file, when started as the launcher
 };
 
 struct HelpText {

@@ -148,7 +148,7 @@ class Renderer {
     }
 
     void serve() {
-        while (!options_.messages || connections_ < *options_.messages) {
+        while (!options_.connections || connections_ < *options_.connections) {
             stopIfAsked();
             if (!listener_) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(slice));
@@ -188,10 +188,10 @@ class Renderer {
 
     int finish() {
         surroundings_.out << log_.closingLine(connections_) << std::flush;
-        if (options_.messages && connections_ < *options_.messages) {
+        if (options_.connections && connections_ < *options_.connections) {
             surroundings_.errors << q7tools::errorLine("q7-standin", "connections",
                                                        "expected " +
-                                                           std::to_string(*options_.messages) +
+                                                           std::to_string(*options_.connections) +
                                                            ", got " + std::to_string(connections_));
             return exitFaults;
         }

@@ -28,7 +28,7 @@ TEST(CameraReader, CamerasStandInTheWorld) {
     EXPECT_EQ(read.aspectRatio, 1.5F);
     EXPECT_EQ(read.nearPlane, 0.25F);
     EXPECT_EQ(read.farPlane, 50);
-    EXPECT_EQ(read.orthographicWidth, 7);
+    EXPECT_EQ(read.orthographicWidth, 14);
     EXPECT_EQ(from.scene.cameras[1].pose.position, Vector{});
     EXPECT_EQ(from.scene.unplaced, 0U);
 }

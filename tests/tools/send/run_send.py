@@ -558,7 +558,7 @@ class Live(SendTest):
         self.assertEqual([scene["Name"] for scene in scenes], ["nodes[1]", "nodes[2]"])
         for scene in scenes:
             self.assertEqual([round(x, 3) for x in scene["Position"]], [0.5, 0.5, 3])
-        self.assertEqual(scenes[1]["OrthographicWidth"], 1)
+        self.assertEqual(scenes[1]["OrthographicWidth"], 2)
         self.assertNotIn("lights", messages)
         self.assertNotIn("camera-animations", messages)
 

@@ -38,7 +38,7 @@ TEST(Options, Defaults) {
     EXPECT_TRUE(options.checkArrays);
     EXPECT_FALSE(options.quiet);
     EXPECT_EQ(options.out, std::nullopt);
-    EXPECT_EQ(options.messages, std::nullopt);
+    EXPECT_EQ(options.connections, std::nullopt);
     EXPECT_EQ(options.exitAfter, std::nullopt);
     EXPECT_EQ(options.launchedWith, std::nullopt);
 }
@@ -89,7 +89,7 @@ TEST(Options, All) {
                                        "r",
                                        "--quiet",
                                        "--unchecked",
-                                       "--messages",
+                                       "--connections",
                                        "6",
                                        "--exit-after",
                                        "70"});
@@ -118,7 +118,7 @@ TEST(Options, All) {
     EXPECT_EQ(options.readyFile, q7tools::pathFromUtf8("r"));
     EXPECT_TRUE(options.quiet);
     EXPECT_FALSE(options.checkArrays);
-    EXPECT_EQ(options.messages, 6U);
+    EXPECT_EQ(options.connections, 6U);
     EXPECT_EQ(options.exitAfter, 70);
 }
 

@@ -155,7 +155,7 @@ class RunningRenderer : public testing::Test {
 };
 
 TEST_F(RunningRenderer, ReceivesModelsInBothForms) {
-    options.messages = 2;
+    options.connections = 2;
     options.out = folder.path() / "out";
     options.transcript = folder.path() / "transcript";
     start();
@@ -219,7 +219,7 @@ TEST_F(RunningRenderer, ASecondOneSaysSo) {
 }
 
 TEST_F(RunningRenderer, FaultsShowInTheExitCode) {
-    options.messages = 1;
+    options.connections = 1;
     options.quiet = true;
     start();
     {
@@ -237,7 +237,7 @@ TEST_F(RunningRenderer, FaultsShowInTheExitCode) {
 TEST_F(RunningRenderer, ClosesAtAnAcknowledgementAndServesOn) {
     options.misbehaviour.closeAtAcknowledgement = 3;
     options.misbehaviour.withReset = true;
-    options.messages = 2;
+    options.connections = 2;
     start();
     for (const bool isWhole : {false, true}) {
         const RawClient client;
@@ -259,7 +259,7 @@ TEST_F(RunningRenderer, APortThatNobodyListensOn) {
 }
 
 TEST_F(RunningRenderer, TooFewConnections) {
-    options.messages = 1;
+    options.connections = 1;
     start();
     EXPECT_EQ(end(), 1);
     EXPECT_EQ(errors.str(), "q7-standin: connections: expected 1, got 0\n");

@@ -176,7 +176,7 @@ class RunStandin(unittest.TestCase):
 
     def test_messages(self) -> None:
         process, port = self.start_ready(
-            "--messages", "3", "--out", "ö", "--transcript", "t", "--metadata", "größer"
+            "--connections", "3", "--out", "ö", "--transcript", "t", "--metadata", "größer"
         )
         with Client(port) as client:
             client.send(word(3) + wide("C:\\模型.ini"))
@@ -199,7 +199,7 @@ class RunStandin(unittest.TestCase):
         self.assertTrue((self.folder / "t").read_bytes().startswith(b"connection 1\nreceived at 0: "))
 
     def test_protocol_error(self) -> None:
-        process, port = self.start_ready("--messages", "1", "--quiet")
+        process, port = self.start_ready("--connections", "1", "--quiet")
         with Client(port) as client:
             client.send(word(3) + word(70000))
             self.assertEqual(client.answer(), b"")
@@ -213,7 +213,7 @@ class RunStandin(unittest.TestCase):
         self.assertEqual(out, "q7-standin: 1 connection, 0 messages, 0 B, 1 protocol error\n")
 
     def test_second_instance(self) -> None:
-        first, port = self.start_ready("--messages", "1")
+        first, port = self.start_ready("--connections", "1")
         code, out, errors = self.run_program()
         self.assertEqual((code, out), (2, ""))
         self.assertEqual(
@@ -242,7 +242,7 @@ class RunStandin(unittest.TestCase):
         self.check_that_no_block_is_left()
 
     def test_metadata_comes_back(self) -> None:
-        process, port = self.start_ready("--messages", "2", "--quiet")
+        process, port = self.start_ready("--connections", "2", "--quiet")
         text = '{"Name":"Größe","model_file_path":"a.skp"}'
         with Client(port) as client:
             client.send(word(15) + wide(text))
@@ -253,7 +253,7 @@ class RunStandin(unittest.TestCase):
         self.assertEqual(self.finish(process)[0], 0)
 
     def test_message_of_another_shape(self) -> None:
-        process, port = self.start_ready("--messages", "1", "--quiet")
+        process, port = self.start_ready("--connections", "1", "--quiet")
         with Client(port) as client:
             client.send(word(18) + wide('{"CameraAnimations":[{"FrameData":[{}]}]}'))
         code, _, errors = self.finish(process)
@@ -275,7 +275,7 @@ class RunStandin(unittest.TestCase):
         self.check_that_a_new_one_works()
 
     def check_that_a_new_one_works(self) -> None:
-        process, port = self.start_ready("--messages", "1", "--status", "2")
+        process, port = self.start_ready("--connections", "1", "--status", "2")
         if is_native():
             self.assertEqual(STATUS.read_bytes(), struct.pack("<HH", 2, 0))
             self.assertEqual(PORT.read_bytes(), struct.pack("<H", port))
@@ -315,7 +315,7 @@ class RunStandin(unittest.TestCase):
                 self.assertEqual(client.answer(), word(0))
                 self.assertFalse(client.send_model())
             self.assertEqual(process.wait(LIMIT), 3)
-        process, port = self.start_ready("--messages", "1", "--pieces", "--delay-ack", "1")
+        process, port = self.start_ready("--connections", "1", "--pieces", "--delay-ack", "1")
         with Client(port) as client:
             client.send(word(7) + wide("a.skp"))
             self.assertEqual(client.answer(), word(0))
@@ -327,13 +327,13 @@ class RunStandin(unittest.TestCase):
         launcher = self.folder / ("q7_launcher" + program.suffix)
         shutil.copy(program, launcher)
         (self.folder / "q7-standin.options").write_text(
-            '--ready-file "ready" --exit-after 60000\r\n--messages 7 --out "my files"\r\n'
+            '--ready-file "ready" --exit-after 60000\r\n--connections 7 --out "my files"\r\n'
         )
         process = self.start(
             "-pluginFile=C:\\my",
             "plug-in.ini",
             command=[*COMMAND[:-1], str(launcher)],
-            Q7_STANDIN_OPTIONS="--messages 1",
+            Q7_STANDIN_OPTIONS="--connections 1",
         )
         port = self.port_of(process)
         with Client(port) as client:
