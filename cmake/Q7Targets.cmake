@@ -22,12 +22,18 @@ else()
       -fno-sanitize-recover=all -fno-omit-frame-pointer -g -O1)
     target_link_options(q7_flags INTERFACE -fsanitize=${Q7_SANITIZE})
   endif()
+  # Tests, and tools under a sanitizer, spend far more time in the compiler than at work.
+  target_compile_options(q7_flags INTERFACE
+    $<$<BOOL:$<TARGET_PROPERTY:Q7_QUICK_TO_COMPILE>>:-O0 -g1>)
 endif()
 if(WIN32)
   target_compile_definitions(q7_flags INTERFACE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
 endif()
 find_package(Threads REQUIRED)
 target_link_libraries(q7_flags INTERFACE Threads::Threads)
+
+# The thread sanitizer is for what has threads: the library and the stand-in renderer.
+string(COMPARE EQUAL "${Q7_SANITIZE}" thread Q7_THREADS_ONLY)
 
 # q7_program(NAME sources...): an executable in bin/.
 function(q7_program name)
@@ -36,6 +42,26 @@ function(q7_program name)
   set_target_properties(${name} PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin
     BUILD_RPATH_USE_ORIGIN ON)
+endfunction()
+
+# q7_tests(TARGET): what the tests of one executable have in common.
+function(q7_tests name)
+  target_link_libraries(${name} PRIVATE q7_json GTest::gtest_main)
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR})
+  set_target_properties(${name} PROPERTIES Q7_QUICK_TO_COMPILE ON)
+  # Not in the optimised Linux build: it shows that each file includes what it needs.
+  if(Q7_SANITIZE OR MINGW)
+    if(NOT TARGET q7test_headers)
+      # A program, as the tests are: both must be compiled with the same options.
+      file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/q7test_headers.cpp CONTENT "int main() {}\n")
+      add_executable(q7test_headers EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/q7test_headers.cpp)
+      target_link_libraries(q7test_headers PRIVATE q7_flags q7_json GTest::gtest)
+      target_precompile_headers(q7test_headers PRIVATE
+        <gtest/gtest.h> <nlohmann/json.hpp> <filesystem> <fstream> <functional> <sstream> <thread>)
+      set_target_properties(q7test_headers PROPERTIES Q7_QUICK_TO_COMPILE ON)
+    endif()
+    target_precompile_headers(${name} REUSE_FROM q7test_headers)
+  endif()
 endfunction()
 
 # q7_host(NAME sources...): a program that uses the library only through the public header; on Windows

@@ -145,7 +145,7 @@ TEST(CopyStream, IsFalseForABadStreamOnly) {
 TEST(CopyFile, CopiesAllBytesAndReplacesTheTarget) {
     const TemporaryFolder folder;
     std::string content("a\r\nb\n\0c\x1A", 8);
-    for (int i = 0; i < 300000; ++i)
+    for (unsigned i = 0; i < 300000; ++i)
         content += static_cast<char>(i * i >> 5);
     std::ofstream(folder / "source", std::ios::binary) << content;
     std::ofstream(folder / "target") << std::string(content.size() + 10, 'x');

@@ -91,12 +91,17 @@ class ChildProgram {
         settings.hStdOutput = out;
         settings.hStdError = out;
         PROCESS_INFORMATION started = {};
-        const BOOL isStarted =
-            CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE, CREATE_NO_WINDOW,
-                           nullptr, folder.c_str(), &settings, &started);
+        // Under Wine a start fails with this error now and then, and the next one works.
+        DWORD error = ERROR_INTERNAL_ERROR;
+        for (int attempt = 0; attempt < 5 && error == ERROR_INTERNAL_ERROR; ++attempt) {
+            error = CreateProcessW(program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                                   CREATE_NO_WINDOW, nullptr, folder.c_str(), &settings, &started)
+                        ? ERROR_SUCCESS
+                        : GetLastError();
+        }
         CloseHandle(out);
-        if (!isStarted) {
-            ADD_FAILURE() << program << " cannot be started, error " << GetLastError();
+        if (error != ERROR_SUCCESS) {
+            ADD_FAILURE() << program << " cannot be started, error " << error;
             exitCode_ = -1;
             return;
         }

@@ -96,6 +96,8 @@ std::string elementName(const std::string& field, std::size_t index) {
     return field + '[' + std::to_string(index) + ']';
 }
 
+// As deep as the parser let it be.
+// NOLINTNEXTLINE(misc-no-recursion)
 void checkKeyOrder(const ordered_json& value, const std::string& field, JsonFaults& faults) {
     if (value.is_array()) {
         for (std::size_t i = 0; i < value.size(); ++i)
