@@ -16,18 +16,16 @@
 #include <thread>
 #include <vector>
 
+#include "bench/measure.h"
+#include "bench/scenes.h"
 #include "platform/listener.h"
 #include "platform/shared_memory.h"
 #include "platform/socket.h"
-#include "q7plugin.h"
-
-#if defined(_WIN32)
-#define Q7T(text) L##text
-#else
-#define Q7T(text) u##text
-#endif
 
 namespace {
+
+using bench::HostText;
+using bench::Session;
 
 constexpr int patience = 60000;
 // Positions, normals, uvs, colors and indices.
@@ -198,139 +196,125 @@ class BareClient {
     std::string text_;
 };
 
-double millisecondsOf(const std::function<void()>& work) {
-    const auto start = std::chrono::steady_clock::now();
-    work();
-    const std::chrono::duration<double, std::milli> took = std::chrono::steady_clock::now() - start;
-    return took.count();
+void sendTo(Renderer& renderer, const Session& session) {
+    renderer.serve([&] {
+        Q7RawSyncConnect(session.handle);
+        Q7SendRaw(session.handle);
+        DisConnect(session.handle);
+    });
 }
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// Alternates the two, so that what else the machine does meets both alike.
-void compare(const char* what, const char* limit, int repetitions,
-             const std::function<double()>& measured, const std::function<double()>& bound) {
-    std::vector<double> times;
-    std::vector<double> limits;
-    for (int i = 0; i < repetitions; ++i) {
-        times.push_back(measured());
-        limits.push_back(bound());
-    }
-    std::printf("%-36s %10.1f ms   %-32s %10.1f ms   ratio %.2f\n", what, median(times), limit,
-                median(limits), median(times) / median(limits));
-    std::fflush(stdout);
-}
-
-class Session {
-  public:
-    Session() : handle(CreateSession()) { SetModelFilePath(handle, modelPath); }
-    ~Session() { DestroySession(handle); }
-    Session(const Session&) = delete;
-    Session& operator=(const Session&) = delete;
-
-    void sendTo(Renderer& renderer) const {
-        renderer.serve([this] {
-            Q7RawSyncConnect(handle);
-            Q7SendRaw(handle);
-            DisConnect(handle);
-        });
-    }
-
-    void* const handle;
-};
-
-constexpr std::array<float, 16> identity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
-
-std::basic_string<Q7Char> nodeName(std::size_t number) {
-    const std::string digits = std::to_string(100000000 + number);
-    return {digits.begin(), digits.end()};
+std::size_t materialUnits() {
+    return bench::numbered("material", 0).size();
 }
 
 void smallMeshes(Renderer& renderer, std::size_t meshes, int repetitions) {
     const Session session;
-    const std::vector<float> numbers(12 * 9);
-    for (std::size_t i = 0; i < meshes; ++i) {
-        MaxBeginNode(session.handle, nodeName(i).c_str(), identity.data());
-        MaxAddTriangles(session.handle, Q7T("m"), 12, numbers.data(), numbers.data(),
-                        numbers.data(), CoordOrder::XYZ);
-        MaxEndNode(session.handle);
-    }
-    const std::size_t nameUnits = nodeName(0).size() + 2;
-    const std::string what = std::to_string(meshes) + " meshes of 12 triangles";
-    compare(
-        what.c_str(), "bare acknowledgement rounds", repetitions,
-        [&] { return millisecondsOf([&] { session.sendTo(renderer); }); },
-        [&] {
-            return millisecondsOf([&] {
-                renderer.serve([&] {
-                    BareClient client(renderer.port());
-                    client.sendWord(11);
-                    client.sendString(5);
-                    client.awaitWord();
-                    client.pass(meshes, nameUnits, true);
-                    client.pass(meshes, nameUnits, false);
-                });
-            });
+    SetModelFilePath(session.handle, modelPath);
+    bench::manyMeshes(session, meshes, 12, 1);
+    const std::size_t nameUnits = bench::numbered("node", 0).size() + 1 + materialUnits();
+    const auto bareRounds = [&] {
+        renderer.serve([&] {
+            BareClient client(renderer.port());
+            client.sendWord(11);
+            client.sendString(5);
+            client.awaitWord();
+            client.pass(meshes, nameUnits, true);
+            client.pass(meshes, nameUnits, false);
         });
+    };
+    bench::compare({"live, meshes of 12 triangles", static_cast<double>(meshes), "meshes",
+                    bench::timed([&] { sendTo(renderer, session); })},
+                   {{"bare acknowledgement rounds", bench::timed(bareRounds)}}, repetitions);
 }
 
 void largeMesh(Renderer& renderer, std::size_t triangles, int repetitions) {
-    constexpr int batch = 1000;
     const Session session;
-    const std::vector<float> numbers(batch * 9, 0.5F);
-    MaxBeginNodeHint(session.handle, Q7T("large"), identity.data(),
-                     static_cast<std::uint32_t>(triangles));
-    for (std::size_t done = 0; done < triangles; done += batch) {
-        MaxAddTriangles(session.handle, Q7T("m"), batch, numbers.data(), numbers.data(),
-                        numbers.data(), CoordOrder::XYZ);
-    }
-    MaxEndNode(session.handle);
+    SetModelFilePath(session.handle, modelPath);
+    bench::largeMesh(session, triangles);
     const std::size_t positions = triangles * 9 * sizeof(float);
     const std::size_t uvs = triangles * 6 * sizeof(float);
     const std::size_t indices = triangles * 3 * sizeof(std::int32_t);
     const std::vector<std::byte> source(positions, std::byte{1});
-    const std::string what = "1 mesh of " + std::to_string(triangles) + " triangles";
-    compare(
-        what.c_str(), "copies into a fresh block", repetitions,
-        [&] { return millisecondsOf([&] { session.sendTo(renderer); }); },
-        [&] {
-            return millisecondsOf([&] {
-                for (int pass = 0; pass < 2; ++pass) {
-                    auto block = platform::CreatedBlock::create(
-                        u"q7bench", static_cast<std::uint32_t>(positions));
-                    if (block.view().size() < positions) throw std::runtime_error("no memory");
-                    for (const std::size_t size : {positions, positions, uvs, indices})
-                        std::memcpy(block.view().data(), source.data(), size);
-                }
-            });
-        });
+    const auto copies = [&] {
+        for (int pass = 0; pass < 2; ++pass) {
+            auto block =
+                platform::CreatedBlock::create(u"q7bench", static_cast<std::uint32_t>(positions));
+            if (block.view().size() < positions) throw std::runtime_error("no memory");
+            for (const std::size_t size : {positions, positions, uvs, indices})
+                std::memcpy(block.view().data(), source.data(), size);
+        }
+    };
+    bench::compare({"live, one large mesh", static_cast<double>(triangles), "triangles",
+                    bench::timed([&] { sendTo(renderer, session); })},
+                   {{"copies into a fresh block", bench::timed(copies)}}, repetitions);
 }
 
-void run(bool smoke) {
+// Both passes of records of the given size through a fresh block, and nothing else: neither the paths
+// nor the instances that a send makes for materials.
+double copyRecords(std::size_t bytes) {
+    const std::vector<std::byte> source(bytes, std::byte{1});
+    return bench::millisecondsOf([&] {
+        for (int pass = 0; pass < 2; ++pass) {
+            auto block =
+                platform::CreatedBlock::create(u"q7bench", static_cast<std::uint32_t>(bytes));
+            if (block.view().size() < bytes) throw std::runtime_error("no memory");
+            std::memcpy(block.view().data(), source.data(), bytes);
+        }
+    });
+}
+
+// The units of a name as numbered() makes them, and the count in front of it.
+std::size_t nameBytes(const char* prefix) {
+    return 4 + 2 * bench::numbered(prefix, 0).size();
+}
+
+void manyPlaces(Renderer& renderer, std::size_t instances, int repetitions) {
+    const Session session;
+    SetModelFilePath(session.handle, modelPath);
+    bench::manyInstances(session, instances);
+    const std::size_t meshName = nameBytes("node") + 2 * (1 + materialUnits());
+    const std::size_t record = meshName + nameBytes("material") + sizeof bench::identity;
+    bench::compare(
+        {"live, one mesh in many places", static_cast<double>(instances), "instances",
+         bench::timed([&] { sendTo(renderer, session); })},
+        {{"copies of the instances alone", [&] { return copyRecords(instances * record); }}},
+        repetitions);
+}
+
+// Each material gets an instance of its own.
+void manyMaterials(Renderer& renderer, std::size_t materials, int repetitions) {
+    const Session session;
+    SetModelFilePath(session.handle, modelPath);
+    SetGenMatInstances(session.handle, 1);
+    bench::manyMeshes(session, 1, 12, 1);
+    const HostText text(400, Q7T('x'));
+    for (std::size_t i = 1; i < materials; ++i)
+        AddMaterial(session.handle, bench::numbered("material", i).c_str(), text.c_str());
+    const std::size_t record = nameBytes("material") + 4 + 2 * text.size();
+    bench::compare(
+        {"live, materials that each get an instance", static_cast<double>(materials), "materials",
+         bench::timed([&] { sendTo(renderer, session); })},
+        {{"copies of the materials alone", [&] { return copyRecords(materials * record); }}},
+        repetitions);
+}
+
+void run(const bench::Options& options) {
     Renderer renderer;
     // A renderer that is linked already: this reads its port.
     if (StartLinkQ7Render(Q7T("")) != 0) throw std::runtime_error("the library found no renderer");
-    const int repetitions = smoke ? 1 : 5;
-    smallMeshes(renderer, smoke ? 20 : 10000, repetitions);
-    largeMesh(renderer, smoke ? 10000 : 10000000, repetitions);
+    for (const std::size_t meshes : options.sizes(10000, 20))
+        smallMeshes(renderer, meshes, options.repetitions());
+    for (const std::size_t triangles : options.sizes(10000000, 10000))
+        largeMesh(renderer, triangles, options.repetitions());
+    for (const std::size_t instances : options.sizes(1000000, 100))
+        manyPlaces(renderer, instances, options.repetitions());
+    for (const std::size_t materials : options.sizes(100000, 100))
+        manyMaterials(renderer, materials, options.repetitions());
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
-    const bool smoke = argc == 2 && std::string_view(argv[1]) == "--smoke";
-    if (argc > 1 && !smoke) {
-        std::fprintf(stderr, "live_send: unknown option %s (there is --smoke)\n", argv[1]);
-        return 2;
-    }
-    try {
-        run(smoke);
-    } catch (const std::exception& error) {
-        std::fprintf(stderr, "live_send: %s\n", error.what());
-        return 1;
-    }
-    return 0;
+    return bench::runBenchmark(argc, argv, run);
 }

@@ -2,9 +2,10 @@
 # Installs what building and testing need and this machine lacks, from the distribution's packages.
 # One library that only newer suites of Debian have is unpacked into build/packages.
 #
-#   scripts/setup.sh             everything
+#   scripts/setup.sh             everything that builds and tests need
 #   scripts/setup.sh --linux     what the Linux builds and the demo need
 #   scripts/setup.sh --windows   what the Windows cross build and its tests under Wine need
+#   scripts/setup.sh --bench     what the Linux builds need, and what scripts/bench.sh compares with
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -17,17 +18,20 @@ fail() {
 both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev libtinyobjloader-dev
     assimp-testmodels zlib1g-dev unzip zip)
 # locales: the tests make themselves a locale with a decimal comma.
-linux=(g++ libgtest-dev libassimp-dev clang-format clang-tidy locales)
+linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev libtinygltf-dev clang-format clang-tidy locales)
 # clang, lld and llvm make the caller that follows the MSVC ABI; libwine-dev and wine64-tools the
 # bridge to minizip-ng. Windows are found by their titles only where there is a display: xvfb.
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 libwine-dev wine64-tools xvfb
     clang lld llvm)
+# Programs that do the same jobs as the library.
+bench=(p7zip-full blender python3-numpy)
 
 case "${1-}" in
 "") wanted=("${both[@]}" "${linux[@]}" "${windows[@]}") ;;
 --linux) wanted=("${both[@]}" "${linux[@]}") ;;
 --windows) wanted=("${both[@]}" "${windows[@]}") ;;
-*) fail "unknown option $1 (use --linux or --windows, or neither for both)" ;;
+--bench) wanted=("${both[@]}" "${linux[@]}" "${bench[@]}") ;;
+*) fail "unknown option $1 (use --linux, --windows or --bench, or none for both systems)" ;;
 esac
 
 command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||

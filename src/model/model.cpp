@@ -55,14 +55,14 @@ InstanceHandle Model::addInstance(WideView meshName, WideView materialKey, const
     return instance->handle();
 }
 
-void Model::removeInstances(const HashSet<InstanceHandle>& handles) {
+void Model::removeInstances(const NumberSet& handles) {
     if (handles.empty()) return;
     std::erase_if(instances,
                   [&](const auto& instance) { return handles.contains(instance->handle()); });
 }
 
 void Model::pruneUnusedMeshes() {
-    HashSet<std::uint64_t> used;
+    NumberSet used;
     const auto keyOf = [](const Mesh* mesh) { return reinterpret_cast<std::uint64_t>(mesh); };
     for (const auto& instance : instances)
         used.insert(keyOf(instance->mesh));

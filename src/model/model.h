@@ -7,8 +7,10 @@
 #include <memory>
 #include <vector>
 
+#include "model/index_list.h"
 #include "support/array.h"
 #include "support/hash_map.h"
+#include "support/number_set.h"
 #include "support/text.h"
 
 class Q7Material;
@@ -59,7 +61,7 @@ struct MeshArrays {
     Array<float> normals;
     Array<float> uvs;
     Array<unsigned char> colors;
-    Array<std::int32_t> indices;
+    IndexList indices;
 };
 
 struct Mesh : MeshArrays {
@@ -100,7 +102,7 @@ class Model {
     // 0 when the mesh or the material is unknown. A null transform is the identity.
     InstanceHandle addInstance(WideView meshName, WideView materialKey, const float* transform,
                                WideView path);
-    void removeInstances(const HashSet<InstanceHandle>& handles);
+    void removeInstances(const NumberSet& handles);
     // Drops the meshes that no instance uses.
     void pruneUnusedMeshes();
 

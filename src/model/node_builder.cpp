@@ -1,7 +1,5 @@
 #include "model/node_builder.h"
 
-#include <numeric>
-
 namespace {
 
 // Appends the triples in the stored axis order.
@@ -26,7 +24,7 @@ void makeRoom(MeshArrays& mesh, const TriangleBatch& batch) {
     growFor(mesh.positions, 9 * triangles);
     if (batch.normals) growFor(mesh.normals, 9 * triangles);
     growFor(mesh.uvs, 6 * triangles);
-    if (batch.indices) growFor(mesh.indices, batch.indexCount);
+    if (batch.indices) mesh.indices.makeRoomFor(batch.indexCount);
 }
 
 // Gives back what a generous hint reserved; growth by doubling alone never leaves that much.
@@ -41,10 +39,7 @@ void completeMesh(MeshArrays& mesh) {
     trim(mesh.positions);
     trim(mesh.normals);
     trim(mesh.uvs);
-    if (mesh.indices.empty()) {
-        mesh.indices.resize(vertices);
-        std::iota(mesh.indices.begin(), mesh.indices.end(), 0);
-    }
+    if (mesh.indices.empty()) mesh.indices = IndexList::running(vertices);
 }
 
 }  // namespace
@@ -79,7 +74,7 @@ void NodeBuilder::addTriangles(WideView materialName, const TriangleBatch& batch
     } else {
         mesh.uvs.resize(mesh.uvs.size() + 6 * triangles, 0.0F);
     }
-    if (batch.indices) append(mesh.indices, batch.indices, batch.indexCount);
+    if (batch.indices) mesh.indices.add(batch.indices, batch.indexCount);
 }
 
 void NodeBuilder::end() {

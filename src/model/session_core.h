@@ -11,6 +11,7 @@
 #include "entities/entity.h"
 #include "model/model.h"
 #include "support/hash_map.h"
+#include "support/number_set.h"
 #include "support/text.h"
 
 // A scene record of the older interface; the library carries it and never looks inside.
@@ -41,7 +42,7 @@ struct FixedInstance {
 };
 
 // Instances marked for removal at the next live send.
-using PendingDeletions = HashSet<InstanceHandle>;
+using PendingDeletions = NumberSet;
 
 class SessionCore {
   public:

@@ -8,17 +8,39 @@
 #include "geometry/q7_model_utils.h"
 #include "link/render_socket.h"
 #include "platform/files.h"
+#include "transport/frames.h"
 
 static_assert(std::endian::native == std::endian::little,
               "numbers are written as they lie in memory");
 
 namespace {
 
-template <class Number>
-void writeArray(const Array<Number>& numbers, const ByteWriter& writer) {
-    Q7Sync::writeWord(numbers.size(), writer);
-    writer(numbers.data(), numbers.size() * sizeof(Number));
-}
+// Gathers small pieces, since each call of a file's sink costs about as much as writing 100 bytes.
+class Gathered {
+  public:
+    explicit Gathered(const ByteWriter& target) : target_(target), gathered_(room) {}
+
+    void operator()(const void* data, std::size_t size) {
+        if (size > room - used_) {
+            flush();
+            if (size > room) return target_(data, size);
+        }
+        // An empty array has no address to give.
+        if (size != 0) std::memcpy(gathered_.data() + used_, data, size);
+        used_ += size;
+    }
+    void flush() {
+        if (used_ != 0) target_(gathered_.data(), used_);
+        used_ = 0;
+    }
+
+  private:
+    static constexpr std::size_t room = 1U << 19;
+
+    const ByteWriter& target_;
+    Array<char> gathered_;
+    std::size_t used_ = 0;
+};
 
 }  // namespace
 
@@ -42,45 +64,35 @@ ByteWriter Q7Sync::toSocket() {
 }
 
 void Q7Sync::writeWord(std::uint64_t value, ByteWriter writer) {
-    const auto word = static_cast<std::uint32_t>(value);
-    writer(&word, sizeof word);
+    frameWord(value, writer);
 }
 
 void Q7Sync::writeWideString(const WideString& text, ByteWriter writer) {
-    writeWord(text.size(), writer);
-    writer(text.data(), text.size() * sizeof(char16_t));
+    frameText(text, writer);
 }
 
 void Q7Sync::writeFloatArray(const Array<float>& numbers, ByteWriter writer) {
-    writeArray(numbers, writer);
+    frameArray(numbers, writer);
 }
 
-void Q7Sync::writeIntArray(const Array<std::int32_t>& numbers, ByteWriter writer) {
-    writeArray(numbers, writer);
+void Q7Sync::writeIntArray(const IndexList& indices, ByteWriter writer) {
+    frameIndices(indices, writer);
 }
 
 void Q7Sync::writeByteArray(const Array<unsigned char>& bytes, ByteWriter writer) {
-    writeArray(bytes, writer);
+    frameArray(bytes, writer);
 }
 
 void Q7Sync::writeMaterial(const IQ7Material& material, ByteWriter writer) {
-    writeWideString(material.getName(), writer);
-    writeWideString(material.toXml(), writer);
+    frameMaterial(material, writer);
 }
 
 void Q7Sync::writeInstance(const Instance& instance, ByteWriter writer) {
-    writeWideString(instance.mesh->name, writer);
-    writeWideString(instance.material->getName(), writer);
-    writer(instance.transform.data(), sizeof instance.transform);
+    frameInstance(instance, instance.material->getName(), writer);
 }
 
 void Q7Sync::writeMesh(const Mesh& mesh, ByteWriter writer) {
-    writeWideString(mesh.name, writer);
-    writeFloatArray(mesh.positions, writer);
-    writeFloatArray(mesh.normals, writer);
-    writeFloatArray(mesh.uvs, writer);
-    writeByteArray(mesh.colors, writer);
-    writeIntArray(mesh.indices, writer);
+    frameMesh(mesh, writer);
 }
 
 WideString Q7Sync::headerJson(const Model& model, const StreamSettings& settings) {
@@ -97,17 +109,18 @@ WideString Q7Sync::headerJson(const Model& model, const StreamSettings& settings
 }
 
 void Q7Sync::writeModel(const Model& model, const StreamSettings& settings, ByteWriter writer) {
-    writeWord(static_cast<std::uint32_t>(model.modelVersion), writer);
-    writeWideString(headerJson(model, settings), writer);
-    writeWord(model.materials.size(), writer);
+    Gathered out(writer);
+    frameWord(static_cast<std::uint32_t>(model.modelVersion), out);
+    frameText(headerJson(model, settings), out);
+    frameWord(model.materials.size(), out);
     for (const auto& [name, material] : model.materials)
-        writeMaterial(*material, writer);
-    writeWord(model.instances.size(), writer);
-    for (const auto& instance : model.instances)
-        writeInstance(*instance, writer);
-    writeWord(model.meshes.size(), writer);
+        frameMaterial(*material, out);
+    frameWord(model.instances.size(), out);
+    frameInstances(model, out);
+    frameWord(model.meshes.size(), out);
     for (const auto& [name, mesh] : model.meshes)
-        writeMesh(*mesh, writer);
+        frameMesh(*mesh, out);
+    out.flush();
 }
 
 void Q7Sync::saveRaw(const Model& model, const StreamSettings& settings, const WideString& path) {

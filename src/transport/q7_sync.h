@@ -35,7 +35,7 @@ class Q7Sync {
     static void writeWord(std::uint64_t value, ByteWriter writer);
     static void writeWideString(const WideString& text, ByteWriter writer);
     static void writeFloatArray(const Array<float>& numbers, ByteWriter writer);
-    static void writeIntArray(const Array<std::int32_t>& numbers, ByteWriter writer);
+    static void writeIntArray(const IndexList& indices, ByteWriter writer);
     static void writeByteArray(const Array<unsigned char>& bytes, ByteWriter writer);
     static void writeMaterial(const IQ7Material& material, ByteWriter writer);
     // The instance's path is no part of it.

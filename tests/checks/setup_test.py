@@ -89,6 +89,13 @@ class SetupTest(ScriptTest):
         self.assertIn("wine64", wanted)
         self.assertFalse(set(wanted) & set(packages_of("linux")))
 
+    def test_benchmarks_need_what_they_compare_with(self):
+        self.installed("git")
+        self.assertEqual(self.run_script("setup.sh", "--bench").returncode, 0)
+        wanted = set(self.wanted())
+        self.assertLessEqual({"g++", "zip", *packages_of("bench")}, wanted)
+        self.assertFalse(wanted & set(packages_of("windows")))
+
     def test_unreachable_source_is_no_failure_when_installing_works(self):
         self.installed("git")
         self.stand_in("bin/apt-get", '[[ "$*" != *update* ]]')

@@ -58,8 +58,8 @@ std::array<float, 3> worldNormal(const Transform& m, float x, float y, float z) 
     return out;
 }
 
-Array<float> randomFloats(std::size_t count) {
-    std::mt19937 random(7);
+Array<float> randomFloats(std::size_t count, std::uint32_t seed = 7) {
+    std::mt19937 random(seed);
     std::uniform_real_distribution<float> values(-1000, 1000);
     Array<float> floats(count);
     for (float& value : floats)
@@ -78,12 +78,12 @@ Mesh* addMesh(Model& model, WideView name, Array<float> positions, bool withNorm
     if (withNormals) {
         for (std::size_t i = 0; i < positions.size() / 3; ++i) {
             for (const float component : {0.0F, 0.0F, 2.0F})
-                arrays.normals.push_back(component);
+                append(arrays.normals, &component, 1);
         }
     }
-    arrays.uvs.assign(positions.size() / 3 * 2, static_cast<float>(model.meshes.size()));
-    arrays.colors.assign(1, static_cast<unsigned char>(model.meshes.size()));
-    arrays.indices.assign(1, 99);
+    arrays.uvs = Array<float>(positions.size() / 3 * 2, static_cast<float>(model.meshes.size()));
+    arrays.colors = Array<unsigned char>(1, static_cast<unsigned char>(model.meshes.size()));
+    arrays.indices = Array<std::int32_t>(1, 99);
     return model.addMesh(name, std::move(arrays));
 }
 
@@ -184,7 +184,7 @@ TEST(Merge, IsTheSameOnManyThreads) {
         MeshArrays arrays;
         arrays.positions = randomFloats(3 * 40'000);
         arrays.normals = randomFloats(3 * 40'000);
-        arrays.uvs.assign(2 * 40'000, 0.0F);
+        arrays.uvs = Array<float>(2 * 40'000, 0.0F);
         model.addMesh(name, std::move(arrays));
         model.addInstance(name, u"m", odd.data(), u"");
     }
@@ -203,6 +203,92 @@ TEST(Merge, IsTheSameOnManyThreads) {
     for (std::size_t i = 0; i < merged.indices.size(); ++i) {
         ASSERT_EQ(merged.indices[i], static_cast<std::int32_t>(i));
     }
+}
+
+TEST(Merge, IsTheSameWhereverThePiecesOfTheThreadsMeet) {
+    // Totals that leave each remainder when they are divided.
+    for (const std::uint32_t meshes : {398U, 399U, 400U, 401U, 402U}) {
+        Model model;
+        model.addDefaultMaterial(u"m");
+        MeshArrays expected;
+        for (std::uint32_t i = 0; i < meshes; ++i) {
+            const std::size_t points = 3 * (1 + i * 7 % 501);
+            MeshArrays arrays;
+            arrays.positions = randomFloats(3 * points, 3 * i);
+            arrays.normals = randomFloats(3 * points, 3 * i + 1);
+            arrays.uvs = randomFloats(2 * points, 3 * i + 2);
+            arrays.colors = Array<unsigned char>(i % 1000, static_cast<unsigned char>(i));
+            const WideString name = utf8ToWide(std::to_string(i));
+            const Mesh& mesh = *model.addMesh(name, std::move(arrays));
+            const bool asIs = i % 50 == 0;
+            model.addInstance(name, u"m", asIs ? nullptr : odd.data(), u"");
+            const Array<float> world =
+                asIs ? mesh.positions : Q7ModelUtils::calcWorldVertex(mesh.positions, odd);
+            const Array<float> turned =
+                asIs ? mesh.normals : Q7ModelUtils::calcWorldNormal(mesh.normals, odd);
+            append(expected.positions, world.data(), world.size());
+            append(expected.normals, turned.data(), turned.size());
+            append(expected.uvs, mesh.uvs.data(), mesh.uvs.size());
+            append(expected.colors, mesh.colors.data(), mesh.colors.size());
+        }
+        Q7ModelUtils::MergeSingleInstancedMesh(model);
+        const Mesh& merged = *model.meshAt(u"m_q7_merged");
+        EXPECT_TRUE(merged.positions == expected.positions) << meshes;
+        EXPECT_TRUE(merged.normals == expected.normals) << meshes;
+        EXPECT_TRUE(merged.uvs == expected.uvs) << meshes;
+        EXPECT_TRUE(merged.colors == expected.colors) << meshes;
+    }
+}
+
+TEST(Merge, ManyColorsAreJoinedInPieces) {
+    Model model;
+    model.addDefaultMaterial(u"m");
+    Array<unsigned char> expected;
+    for (const auto* name : {u"a", u"b"}) {
+        Mesh* const mesh = addMesh(model, name, {1, 2, 3});
+        mesh->colors.resize(300'001);
+        for (std::size_t i = 0; i < mesh->colors.size(); ++i)
+            mesh->colors[i] = static_cast<unsigned char>(i * i / 7);
+        append(expected, mesh->colors.data(), mesh->colors.size());
+        model.addInstance(name, u"m", moved.data(), u"");
+    }
+    Q7ModelUtils::MergeSingleInstancedMesh(model);
+    EXPECT_TRUE(model.meshAt(u"m_q7_merged")->colors == expected);
+}
+
+TEST(Merge, AnEmptyArrayBetweenOthersAddsNothing) {
+    for (const Transform& transform : {identityTransform, moved}) {
+        Model model;
+        model.addDefaultMaterial(u"m");
+        addMesh(model, u"a", {1, 2, 3});
+        model.addMesh(u"empty", {});
+        addMesh(model, u"b", {4, 5, 6});
+        for (const auto* name : {u"a", u"empty", u"b"})
+            model.addInstance(name, u"m", transform.data(), u"");
+        Q7ModelUtils::MergeSingleInstancedMesh(model);
+        ASSERT_EQ(model.instances.size(), 1U);
+        const Mesh& merged = *model.instances[0]->mesh;
+        EXPECT_EQ(merged.positions, Q7ModelUtils::calcWorldVertex({1, 2, 3, 4, 5, 6}, transform));
+        EXPECT_EQ(merged.colors, (Array<unsigned char>{0, 2}));
+    }
+}
+
+TEST(Merge, WhatIsNoWholePointIsZeroed) {
+    Model model;
+    model.addDefaultMaterial(u"m");
+    Mesh* const a = addMesh(model, u"a", {1, 2, 3});
+    Mesh* const b = addMesh(model, u"b", {1, 2, 3, 4, 5, 6});
+    a->positions.resize(4, 7);
+    a->normals.resize(4, 7);
+    b->positions.resize(5);
+    b->normals.resize(5);
+    model.addInstance(u"a", u"m", moved.data(), u"");
+    model.addInstance(u"b", u"m", moved.data(), u"");
+    Q7ModelUtils::MergeSingleInstancedMesh(model);
+    ASSERT_EQ(model.instances.size(), 1U);
+    const Mesh& merged = *model.instances[0]->mesh;
+    EXPECT_EQ(merged.positions, (Array<float>{11, 22, 33, 0, 11, 22, 33, 0, 0}));
+    EXPECT_EQ(merged.normals, (Array<float>{0, 0, 1, 0, 0, 0, 1, 0, 0}));
 }
 
 TEST(Merge, JoinsTheSingleInstancedMeshesOfOneMaterial) {
@@ -305,11 +391,11 @@ TEST(Merge, EachCountIsChecked) {
         addMesh(model, u"a", {1, 2, 3});
         Mesh* const b = addMesh(model, u"b", {1, 2, 3});
         if (wrong == 0) {
-            b->positions.push_back(4);
-            b->normals.push_back(4);
+            b->positions.resize(b->positions.size() + 1, 4);
+            b->normals.resize(b->normals.size() + 1, 4);
         }
-        if (wrong == 1) b->normals.push_back(4);
-        if (wrong == 2) b->uvs.push_back(4);
+        if (wrong == 1) b->normals.resize(b->normals.size() + 1, 4);
+        if (wrong == 2) b->uvs.resize(b->uvs.size() + 1, 4);
         model.addInstance(u"a", u"m", moved.data(), u"");
         model.addInstance(u"b", u"m", moved.data(), u"");
         Q7ModelUtils::MergeSingleInstancedMesh(model);

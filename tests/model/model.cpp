@@ -11,9 +11,9 @@ namespace {
 
 MeshArrays arrays(std::size_t positions, std::size_t normals, std::size_t uvs) {
     MeshArrays made;
-    made.positions.assign(positions, 1.0F);
-    made.normals.assign(normals, 2.0F);
-    made.uvs.assign(uvs, 3.0F);
+    made.positions = Array<float>(positions, 1.0F);
+    made.normals = Array<float>(normals, 2.0F);
+    made.uvs = Array<float>(uvs, 3.0F);
     return made;
 }
 
@@ -59,8 +59,8 @@ TEST(ModelAddMesh, RefusesWhatDoesNotFit) {
 TEST(ModelAddMesh, DoesNotLookAtColoursAndIndices) {
     Model model;
     MeshArrays odd = arrays(9, 0, 6);
-    odd.colors.assign(5, 1);
-    odd.indices.assign(2, 99);
+    odd.colors = Array<unsigned char>(5, 1);
+    odd.indices = Array<std::int32_t>(2, 99);
     EXPECT_NE(model.addMesh(u"m", odd), nullptr);
 }
 
@@ -126,7 +126,7 @@ TEST(ModelRemoveInstances, KeepsTheOrderOfTheRest) {
     for (int i = 0; i < 5; ++i) {
         handles.push_back(model.addInstance(u"mesh", u"material", nullptr, u""));
     }
-    HashSet<InstanceHandle> removed;
+    NumberSet removed;
     removed.insert(handles[3]);
     removed.insert(handles[1]);
     removed.insert(0);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <nlohmann/json.hpp>
 #include <numeric>
 
 #include "link/link_state.h"
@@ -16,11 +17,10 @@ void addMesh(Model& model, WideView name, std::size_t vertices) {
     MeshArrays arrays;
     arrays.positions.resize(3 * vertices);
     std::iota(arrays.positions.begin(), arrays.positions.end(), 1.0F);
-    arrays.normals.assign(3 * vertices, 0.5F);
-    arrays.uvs.assign(2 * vertices, 0.25F);
+    arrays.normals = Array<float>(3 * vertices, 0.5F);
+    arrays.uvs = Array<float>(2 * vertices, 0.25F);
     arrays.colors = {1, 2, 3};
-    arrays.indices.resize(vertices);
-    std::iota(arrays.indices.begin(), arrays.indices.end(), 0);
+    arrays.indices = IndexList::running(vertices);
     model.addMesh(name, std::move(arrays));
 }
 
@@ -63,6 +63,22 @@ TEST(InstancePathsJson, HasOneStringForEachInstanceInOrder) {
     EXPECT_EQ(instancePathsJson(Model()), u"{\"instance_paths\":[]}");
 }
 
+TEST(InstancePathsJson, PrintsEveryTextAsTheJsonLibraryDoes) {
+    std::vector<WideString> texts = {u"", u"\U0001F600", u"\uFFFF", WideString(1, char16_t{0xD800}),
+                                     u"a\"b\\c/d"};
+    for (char16_t unit = 0; unit < 0x100; ++unit)
+        texts.push_back({u'x', unit, u'y'});
+    Model model;
+    model.addDefaultMaterial(u"m");
+    addMesh(model, u"a", 3);
+    nlohmann::json expected;
+    for (const WideString& text : texts) {
+        model.addInstance(u"a", u"m", nullptr, text);
+        expected["instance_paths"].push_back(wideToUtf8(text + u"/m"));
+    }
+    EXPECT_EQ(wideToUtf8(instancePathsJson(model)), expected.dump());
+}
+
 TEST(ModelBlockSize, IsTheLargestOfFour) {
     Model model = smallModel();
     const std::size_t paths = 4 + 2 * instancePathsJson(model).size();
@@ -87,7 +103,7 @@ TEST(ModelBlockSize, IsTheLargestOfFour) {
     }
     model.meshAt(u"a")->colors.resize(30000);
     EXPECT_EQ(modelBlockSize(model), 30000U);
-    model.meshAt(u"a")->indices.resize(10000);
+    model.meshAt(u"a")->indices = IndexList::running(10000);
     EXPECT_EQ(modelBlockSize(model), 40000U);
 }
 
@@ -194,15 +210,50 @@ TEST(ModelLink, ABlockThatIsHeldIsUsedAsFarAsItGoes) {
     sendThroughBlock(smallModel(), {}, form);
 }
 
+TEST(ModelLink, ALongRunningListGoesIntoTheBlockPieceBehindPiece) {
+    Model model;
+    model.addDefaultMaterial(u"m");
+    addMesh(model, u"a", 5000);
+    model.addInstance(u"a", u"m", nullptr, u"");
+    // The second block ends within the list's second piece.
+    for (const std::size_t indices : {5000U, 3000U}) {
+        std::vector<std::byte> block(4 * indices);
+        sendModelRaw(model, {}, block);
+        for (std::size_t i = 0; i < indices; ++i) {
+            std::int32_t index = 0;
+            std::memcpy(&index, &block[4 * i], 4);
+            ASSERT_EQ(index, static_cast<std::int32_t>(i));
+        }
+    }
+}
+
+TEST(ModelLink, InstancesThatChangeBetweenMaterialsKeepTheirNames) {
+    Model model;
+    addMesh(model, u"a", 3);
+    for (const auto* material : {u"one", u"tw\"o"})
+        model.addDefaultMaterial(material);
+    for (const auto* material : {u"one", u"tw\"o", u"tw\"o", u"one"})
+        model.addInstance(u"a", material, nullptr, u"p");
+    EXPECT_EQ(instancePathsJson(model),
+              u"{\"instance_paths\":[\"p/one\",\"p/tw\\\"o\",\"p/tw\\\"o\",\"p/one\"]}");
+    const ReceivedModel received = sent(model, sendModelRaw);
+    ASSERT_EQ(received.model.instances.size(), 4U);
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(received.model.instances[i].material,
+                  i == 0 || i == 3 ? WideString(u"one") : WideString(u"tw\"o"));
+    }
+}
+
 TEST(ModelLink, OnABrokenLinkTheBlockIsFilledAllTheSame) {
     Model model = smallModel();
     std::vector<std::byte> block(modelBlockSize(model));
     sendModelRaw(model, {}, block);
     // The last array goes to the base: the indices of the last mesh in use.
-    const Array<std::int32_t>& indices = model.meshAt(u"a")->indices;
+    EXPECT_EQ(model.meshAt(u"a")->indices, (IndexList{0, 1, 2}));
+    const Array<std::int32_t> indices = {0, 1, 2};
     EXPECT_EQ(std::memcmp(block.data(), indices.data(), indices.size() * 4), 0);
     // An empty array leaves what the block held.
-    model.meshAt(u"a")->indices.clear();
+    model.meshAt(u"a")->indices = {};
     sendModelRaw(model, {}, block);
     const Array<float>& uvs = model.meshAt(u"a")->uvs;
     EXPECT_EQ(std::memcmp(block.data(), uvs.data(), uvs.size() * 4), 0);

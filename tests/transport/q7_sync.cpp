@@ -159,3 +159,50 @@ TEST(Q7Sync, AWriterIsTakenByValueAndItsCopyDestroyed) {
     Q7Sync::writeMesh(Mesh(), writer);
     EXPECT_EQ(counter.use_count(), before);
 }
+
+TEST(Q7Sync, ARunningListIsWrittenAsItsIndices) {
+    Recorder recorder;
+    Q7Sync::writeIntArray(IndexList::running(5000), recorder.writer());
+    std::string expected = word(5000);
+    for (std::uint32_t i = 0; i < 5000; ++i)
+        expected += word(i);
+    EXPECT_TRUE(recorder.bytes() == expected);
+}
+
+// Small pieces are gathered, large ones are not, and their sizes meet each other around the room that
+// there is.
+TEST(Q7Sync, AModelIsWrittenInOrderWhateverTheSizes) {
+    constexpr std::size_t room = 1U << 19;
+    Model model;
+    model.addDefaultMaterial(u"a");
+    model.addDefaultMaterial(u"b");
+    std::uint32_t number = 0;
+    for (const std::size_t bytes :
+         {std::size_t{4}, room + 4, std::size_t{8}, room, room - 4, 3 * room, std::size_t{4}}) {
+        MeshArrays arrays;
+        arrays.colors.resize(bytes);
+        for (std::size_t i = 0; i < bytes; ++i)
+            arrays.colors[i] = static_cast<unsigned char>(i * i >> 5);
+        const WideString name(1, static_cast<char16_t>(u'a' + number++));
+        model.addMesh(name, std::move(arrays));
+    }
+    for (int i = 0; i < 10000; ++i)
+        model.addInstance(u"a", i % 3 == 0 ? u"b" : u"a", nullptr, u"");
+    Recorder inPieces;
+    const ByteWriter writer = inPieces.writer();
+    Q7Sync::writeWord(11, writer);
+    Q7Sync::writeWideString(Q7Sync::headerJson(model, {}), writer);
+    Q7Sync::writeWord(2, writer);
+    for (const auto& [name, material] : model.materials)
+        Q7Sync::writeMaterial(*material, writer);
+    Q7Sync::writeWord(10000, writer);
+    for (const auto& instance : model.instances)
+        Q7Sync::writeInstance(*instance, writer);
+    Q7Sync::writeWord(number, writer);
+    for (const auto& [name, mesh] : model.meshes)
+        Q7Sync::writeMesh(*mesh, writer);
+    Recorder whole;
+    Q7Sync::writeModel(model, {}, whole.writer());
+    EXPECT_TRUE(whole.bytes() == inPieces.bytes());
+    EXPECT_LT(whole.writes.size(), 20U);
+}

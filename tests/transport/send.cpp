@@ -203,7 +203,7 @@ TEST(SendProcessed, PrunesTheSessionsModel) {
 TEST(SendProcessed, AGroupThatDoesNotFitIsNotSent) {
     for (const bool generate : {false, true}) {
         Scene scene;
-        scene.core.model->meshAt(u"a")->normals.assign(9, 1.0F);
+        scene.core.model->meshAt(u"a")->normals = Array<float>(9, 1.0F);
         addMesh(*scene.core.model, u"unused");
         if (generate) {
             const auto models = received(scene, sendProcessed, {false}, true);
