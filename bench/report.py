@@ -102,6 +102,8 @@ GOALS = (
         has_growth=False,
     ),
     Goal("Save", "processed save.*", "merge and plain write.*", 1.1, "at most 1.1 of both"),
+    Goal("Save", "real assembly.*", ".*GLB.*", 0.33, "3 times as fast"),
+    Goal("Save", "real assembly.*", ".*", None, COMPARED),
     Goal("Save", "export of .*", ".*GLB.*", 0.33, "3 times as fast"),
     Goal("Save", "export of .*", ".*", None, COMPARED),
     Goal("Live", "live, meshes of 12 triangles", ".*", 1.2, "at most 1.2 of them"),
@@ -124,9 +126,15 @@ GROWTH_REASONS = dict.fromkeys(
 NOTES = {
     "Save": (
         "Assimp's GLB exporter is left out at 100,000 meshes, since it takes minutes.",
+        "The real assembly is handed over within its time, Assimp's writers have theirs in memory.",
         "The exports do not write the same: Blender's GLB has the bytes of the texture, which are not"
         " in the library's stream file; neither has the light and the animation. The stream has three"
         " corners for each triangle, while Blender's GLB shares those vertices that are alike.",
+    ),
+    "Library": (
+        "The Linux library is code and its unwinding tables; it takes the C++ runtime from the system. The"
+        " Windows DLL is about three times as large, since the runtimes of C++ and of its threads are in it:"
+        " of what is no part of Windows it needs minizip-ng alone.",
     ),
     "Live": (
         "Copies of the instances or of the materials alone leave out what a send also has to make and"
@@ -422,7 +430,7 @@ class Point:
 
 def plot(title: str, points: list[Point]) -> str:
     """A line for each point, on a logarithmic axis; its limit is a bar, a point beyond it is hollow."""
-    left, width, line, top = 470, 400, 20, 60
+    left, width, line, top = 530, 400, 20, 60
     values = [value for point in points for value in (point.value, point.limit)]
     values = [value for value in values if value > 0] or [1.0]
     low, high = math.floor(math.log10(min(values))), math.ceil(math.log10(max(values)))

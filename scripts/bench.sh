@@ -15,7 +15,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 exec </dev/null
 
 # blender is no program of the build: its exporters do the jobs of the program "exporters".
-all=(live_send calls geometry merge save archive load exporters blender)
+all=(live_send calls geometry merge save assembly archive load exporters blender)
 rows=build/bench
 report=docs
 options=()

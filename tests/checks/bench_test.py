@@ -4,7 +4,17 @@ import unittest
 
 from script_folder import ScriptTest
 
-PROGRAMS = ("live_send", "calls", "geometry", "merge", "save", "archive", "load", "exporters")
+PROGRAMS = (
+    "live_send",
+    "calls",
+    "geometry",
+    "merge",
+    "save",
+    "assembly",
+    "archive",
+    "load",
+    "exporters",
+)
 
 
 class BenchTest(ScriptTest):
