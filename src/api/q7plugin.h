@@ -336,7 +336,8 @@ Q7_API void AddScene(void* session, const Q7Char* name, const Q7Char* label, con
  *  transform:    16 floats, read when the node ends: keep them alive until then
  *  instancePath: path of every instance of this node
  *
- *  A node that is open is renamed: its triangles so far go to the new name.
+ *  A node that is open is renamed: what its triangles become belongs to the new name, but the meshes
+ *  that were begun keep the old one in theirs.
  *  Nothing happens when nodeName is empty. */
 Q7_API void Q7BeginNode(void* session, const Q7Char* nodeName, const float* transform,
                         const Q7Char* instancePath);
@@ -365,7 +366,7 @@ Q7_API void MaxBeginNodeHint(void* session, const Q7Char* nodeName, const float*
  *  material that is unknown is made as Q7SetMaterialVersion tells.
  *  With no node open, triangles given since the last end become instances all the same, at the
  *  transform of the last begin call: it must then still be alive.
- *  Cost: independent of the number of triangles, unless indices are to be made. */
+ *  Cost: independent of the number of triangles. */
 Q7_API void Q7EndNode(void* session);
 
 /** The same function as Q7EndNode. */

@@ -125,7 +125,7 @@ class Joined {
         std::size_t size = 0;
         for (std::size_t i = 0; i < group.size(); ++i)
             ends_[i] = size += source(i).size();
-        array.resize(size);
+        array_.resize(size);
     }
 
     // Calls fill(source, destination, first, last, instance) for the pieces of sources that make up
@@ -138,7 +138,7 @@ class Joined {
             if (source(i).empty()) continue;
             const std::size_t start = ends_[i] - source(i).size();
             const std::size_t stop = std::min(last, ends_[i]);
-            fill(source(i).data(), array.data() + start, first - start, stop - start, *group_[i]);
+            fill(source(i).data(), array_.data() + start, first - start, stop - start, *group_[i]);
             first = stop;
         }
     }
@@ -151,7 +151,8 @@ class Joined {
                   });
     }
 
-    Array<Number> array;
+    std::size_t size() const { return array_.size(); }
+    Array<Number> take() && { return std::move(array_); }
 
   private:
     const Array<Number>& source(std::size_t i) const { return group_[i]->mesh->*member_; }
@@ -160,6 +161,7 @@ class Joined {
     Array<Number> MeshArrays::*const member_;
     // Where the part of each source ends.
     std::vector<std::size_t> ends_;
+    Array<Number> array_;
 };
 
 // Copies in world space. A range may end within a triple: that belongs to the range it starts in.
@@ -197,28 +199,27 @@ MeshArrays mergedArrays(const Group& group) {
     Joined<float> normals(group, &MeshArrays::normals);
     Joined<float> uvs(group, &MeshArrays::uvs);
     Joined<unsigned char> colors(group, &MeshArrays::colors);
-    const std::size_t normalsStart = positions.array.size();
-    const std::size_t uvsStart = normalsStart + normals.array.size();
-    const std::size_t colorsStart = uvsStart + uvs.array.size();
-    const std::size_t size = colorsStart + colors.array.size();
+    const std::size_t normalsStart = positions.size();
+    const std::size_t uvsStart = normalsStart + normals.size();
+    const std::size_t colorsStart = uvsStart + uvs.size();
+    const std::size_t size = colorsStart + colors.size();
     ParallelFor(size, 3 * smallestPiece, [&](std::size_t first, std::size_t last) {
-        fillPart(0, positions.array.size(), first, last, [&](std::size_t from, std::size_t to) {
+        fillPart(0, positions.size(), first, last, [&](std::size_t from, std::size_t to) {
             bakeRange(positions, &MeshArrays::positions, bakePositions, from, to);
         });
-        fillPart(normalsStart, normals.array.size(), first, last,
-                 [&](std::size_t from, std::size_t to) {
-                     bakeRange(normals, &MeshArrays::normals, bakeNormals, from, to);
-                 });
-        fillPart(uvsStart, uvs.array.size(), first, last,
+        fillPart(normalsStart, normals.size(), first, last, [&](std::size_t from, std::size_t to) {
+            bakeRange(normals, &MeshArrays::normals, bakeNormals, from, to);
+        });
+        fillPart(uvsStart, uvs.size(), first, last,
                  [&](std::size_t from, std::size_t to) { uvs.copyRange(from, to); });
-        fillPart(colorsStart, colors.array.size(), first, last,
+        fillPart(colorsStart, colors.size(), first, last,
                  [&](std::size_t from, std::size_t to) { colors.copyRange(from, to); });
     });
     MeshArrays merged;
-    merged.positions = std::move(positions.array);
-    merged.normals = std::move(normals.array);
-    merged.uvs = std::move(uvs.array);
-    merged.colors = std::move(colors.array);
+    merged.positions = std::move(positions).take();
+    merged.normals = std::move(normals).take();
+    merged.uvs = std::move(uvs).take();
+    merged.colors = std::move(colors).take();
     // One entry for each float, not for each point: receivers have always got it so.
     merged.indices = IndexList::running(merged.positions.size());
     return merged;
