@@ -8,12 +8,7 @@
 #include <vector>
 
 #include "q7plugin.h"
-
-#if defined(_WIN32)
-#define Q7T(text) L##text
-#else
-#define Q7T(text) u##text
-#endif
+#include "tests/host_text.h"
 
 namespace bench {
 
