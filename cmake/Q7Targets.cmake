@@ -9,12 +9,23 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 add_library(q7_flags INTERFACE)
 if(MSVC)
-  target_compile_options(q7_flags INTERFACE /W4 /WX /permissive- /utf-8 /fp:precise /EHsc)
+  target_compile_options(q7_flags INTERFACE /W4 /WX /permissive- /utf-8 /fp:precise /EHsc /guard:cf)
+  target_link_options(q7_flags INTERFACE /guard:cf)
   target_compile_definitions(q7_flags INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()
   # No contraction of a*b+c: results are the same bits in every build.
   target_compile_options(q7_flags INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
     -Wnon-virtual-dtor -Werror -ffp-contract=off)
+  # What makes a mistake of ours harder to exploit inside somebody else's process.
+  # tests/abi/hardening.py looks for it in the binaries.
+  target_compile_options(q7_flags INTERFACE
+    $<$<CONFIG:Release>:-fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
+  if(WIN32)
+    target_link_options(q7_flags INTERFACE
+      LINKER:--dynamicbase,--high-entropy-va,--nxcompat $<$<CONFIG:Release>:-fstack-protector-strong>)
+  elseif(NOT APPLE)
+    target_link_options(q7_flags INTERFACE LINKER:-z,relro,-z,now,-z,noexecstack)
+  endif()
   # GCC 12 sees overlaps in the concatenation of strings that are not there (its bug 105651).
   target_compile_options(q7_flags INTERFACE $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
   if(Q7_SANITIZE)

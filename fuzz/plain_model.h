@@ -3,11 +3,13 @@
 #pragma once
 
 #include <array>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,7 +39,12 @@ struct PlainInstance {
     Text mesh;
     Text material;
     Matrix transform;
+    std::uint64_t number = 0;  // no other instance of the session has it
 };
+
+// The names of what a send adds.
+inline const Text fixedPrefix = u"@q7fix@";
+inline const Text generatorName = u"@g@m@q7_";
 
 class PlainSession {
   public:
@@ -82,13 +89,49 @@ class PlainSession {
     void duplicate(const Text& source, const Text& copy, const Matrix& matrix) {
         nodes_.try_emplace(copy);
         if (!nodes_.contains(source)) return;
-        const std::vector<std::size_t> placed = nodes_[source];
-        for (const std::size_t instance : placed) {
-            place({instances[instance].mesh, instances[instance].material, matrix}, copy);
+        const std::vector<std::uint64_t> placed = nodes_[source];
+        for (const std::uint64_t number : placed) {
+            const PlainInstance* const original = find(number);
+            place({original->mesh, original->material, matrix}, copy);
         }
     }
     // What was placed stays until the next live send.
-    void remove(const Text& node) { nodes_.erase(node); }
+    void remove(const Text& node) {
+        const auto at = nodes_.find(node);
+        if (at == nodes_.end()) return;
+        pending_.insert(at->second.begin(), at->second.end());
+        nodes_.erase(at);
+    }
+    void applyDeletions() {
+        std::erase_if(instances,
+                      [this](const PlainInstance& each) { return pending_.contains(each.number); });
+        pending_.clear();
+    }
+    void dropUnusedMeshes() {
+        std::erase_if(meshes, [this](const auto& entry) { return uses(entry.first) == 0; });
+    }
+
+    // What the renderer gets of it. Positions and normals of what is added for the send have no values.
+    PlainSession sent(bool withGenerated) const {
+        PlainSession result = *this;
+        std::size_t counter = 0;
+        for (PlainInstance& instance : result.instances) {
+            if (isHealthy(instance.transform)) continue;
+            const std::string number = std::to_string(counter++);
+            const Text name = fixedPrefix + Text(number.begin(), number.end()) + instance.mesh;
+            PlainMesh baked = result.meshes.at(instance.mesh);
+            if (baked.normals.size() < 3) baked.normals.clear();
+            if (!baked.countsFit()) continue;
+            result.meshes[name] = std::move(baked);
+            instance.mesh = name;
+            instance.transform = identity;
+        }
+        if (withGenerated) result.addGenerated();
+        result.dropUnusedMeshes();
+        for (auto& [name, mesh] : result.meshes)
+            mesh.colors.clear();
+        return result;
+    }
 
     // What a processed save writes. Positions and normals of merged meshes have no values.
     PlainSession merged() const {
@@ -144,6 +187,38 @@ class PlainSession {
     static inline Text defaultText;
 
   private:
+    // Neither sheared nor scaled beyond 0.001 to 100.
+    static bool isHealthy(const Matrix& m) {
+        if (m == identity) return true;
+        const auto product = [&m](std::size_t a, std::size_t b) {
+            return m[a] * m[b] + m[a + 1] * m[b + 1] + m[a + 2] * m[b + 2];
+        };
+        for (const std::size_t row : {0U, 4U, 8U}) {
+            const float length = std::sqrt(product(row, row));
+            if (!(length >= 0.001F && length <= 100)) return false;
+        }
+        const auto square = [&](std::size_t a, std::size_t b) {
+            return std::fabs(product(a, b)) < 1e-5F;
+        };
+        return square(0, 4) && square(0, 8) && square(4, 8);
+    }
+    void addGenerated() {
+        PlainMesh triangle;
+        triangle.positions.resize(9);
+        triangle.normals.resize(9);
+        triangle.uvs = {1, 0, 1, 0, 1, 0};
+        triangle.indices = {0, 1, 2};
+        meshes[generatorName] = triangle;
+        const Matrix transform = instances.empty() ? identity : instances.front().transform;
+        for (const auto& [name, text] : materials)
+            instances.push_back({generatorName, name, transform});
+    }
+    const PlainInstance* find(std::uint64_t number) const {
+        for (const PlainInstance& each : instances) {
+            if (each.number == number) return &each;
+        }
+        return nullptr;
+    }
     struct Part {
         Text material;
         Text name;
@@ -177,11 +252,14 @@ class PlainSession {
             mesh.indices.push_back(static_cast<std::int32_t>(i));
     }
     void place(PlainInstance instance, const Text& node) {
-        nodes_[node].push_back(instances.size());
+        instance.number = ++placed_;
+        nodes_[node].push_back(instance.number);
         instances.push_back(std::move(instance));
     }
 
-    std::map<Text, std::vector<std::size_t>> nodes_;
+    std::map<Text, std::vector<std::uint64_t>> nodes_;
+    std::set<std::uint64_t> pending_;
+    std::uint64_t placed_ = 0;
     Text openNode_;
     const Matrix* transform_ = nullptr;
     std::vector<Part> parts_;

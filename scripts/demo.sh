@@ -1,12 +1,12 @@
 #!/usr/bin/env bash
 # Sends real files through the library and shows what came out: an engine to disk, then live to
 # q7-standin in the renderer's place; a scene with a moving camera and lights, and the messages that
-# arrived; a textured model as an archive.
+# arrived; a textured model as an archive; and a picture of each of the two.
 #
 #   scripts/demo.sh
 #
-# Leaves the model streams, the list of materials and the archive in build/demo, what the stand-in
-# received in build/demo/received.
+# Leaves the model streams, the list of materials, the archive and the pictures in build/demo, what the
+# stand-in received in build/demo/received. The last line is the path of a picture.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 exec </dev/null
@@ -37,6 +37,7 @@ textured=$(model_file Collada/duck.dae)
 stream=build/demo/engine.q7mesh
 materials=build/demo/engine.xml
 archive=build/demo/duck.q7a
+picture=build/demo/engine.png
 
 # Shows a command as one would type it, then runs it.
 run() {
@@ -148,3 +149,6 @@ run build/linux/bin/q7-inspect --validate "$archive"
 build/linux/bin/q7-inspect "$archive" | sed -n '/^Entries/,/^$/p' | sed '$d'
 printf '\n$ %s\n' "unzip -t $archive"
 unzip -t "$archive" | tail -n 1
+run build/linux/bin/q7-inspect "$archive" --preview build/demo/duck.png
+run build/linux/bin/q7-inspect "$stream" --preview "$picture"
+printf '\n%s\n' "$picture"

@@ -5,7 +5,9 @@
 #   scripts/setup.sh             everything that builds and tests need
 #   scripts/setup.sh --linux     what the Linux builds and the demo need
 #   scripts/setup.sh --windows   what the Windows cross build and its tests under Wine need
+#   scripts/setup.sh --host      what the Linux builds need, and Blender for scripts/test.sh --host
 #   scripts/setup.sh --bench     what the Linux builds need, and what scripts/bench.sh compares with
+#   scripts/setup.sh --fuzz      what the Linux builds need, and Clang with libFuzzer for scripts/fuzz.sh
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 
@@ -15,23 +17,31 @@ fail() {
 }
 
 # zlib1g-dev: minizip-ng's and Assimp's packages do not ask for it, but what links them needs it.
-both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev libtinyobjloader-dev
-    assimp-testmodels zlib1g-dev unzip zip)
+both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev libstb-dev
+    libtinyobjloader-dev assimp-testmodels zlib1g-dev unzip zip)
 # locales: the tests make themselves a locale with a decimal comma.
-linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev libtinygltf-dev clang-format clang-tidy locales)
+# python3-...: the tests of the Python package install it, check its types and hand it arrays.
+linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev libtinygltf-dev clang-format clang-tidy cppcheck locales
+    doxygen python3-mypy python3-numpy python3-pip python3-setuptools python3-wheel)
 # clang, lld and llvm make the caller that follows the MSVC ABI; libwine-dev and wine64-tools the
 # bridge to minizip-ng. Windows are found by their titles only where there is a display: xvfb.
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 libwine-dev wine64-tools xvfb
     clang lld llvm)
+# The applications in which the add-ons are tested.
+host=(blender)
 # Programs that do the same jobs as the library.
-bench=(p7zip-full blender python3-numpy)
+bench=(p7zip-full blender)
+# libclang-rt-dev: libFuzzer and the sanitizers.
+fuzz=(clang libclang-rt-dev)
 
 case "${1-}" in
 "") wanted=("${both[@]}" "${linux[@]}" "${windows[@]}") ;;
 --linux) wanted=("${both[@]}" "${linux[@]}") ;;
 --windows) wanted=("${both[@]}" "${windows[@]}") ;;
+--host) wanted=("${both[@]}" "${linux[@]}" "${host[@]}") ;;
 --bench) wanted=("${both[@]}" "${linux[@]}" "${bench[@]}") ;;
-*) fail "unknown option $1 (use --linux, --windows or --bench, or none for both systems)" ;;
+--fuzz) wanted=("${both[@]}" "${linux[@]}" "${fuzz[@]}") ;;
+*) fail "unknown option $1 (use --linux, --windows, --host, --bench or --fuzz, or none for both systems)" ;;
 esac
 
 command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||

@@ -4,6 +4,8 @@
 #   scripts/test.sh             all builds
 #   scripts/test.sh --linux     the Linux builds: optimised, address and thread sanitizers
 #   scripts/test.sh --windows   the Windows build, its tests under Wine
+#   scripts/test.sh --host      the add-ons in the applications that they are for: Blender. No part of the
+#                               other runs
 #
 # A build or a test that fails does not keep the others from running. The last line tells how many
 # tests passed and failed, and the exit code is 0 only when none failed. Logs and reports are left
@@ -18,8 +20,9 @@ case "${1-}" in
 "") presets=("${linux[@]}" "${windows[@]}") ;;
 --linux) presets=("${linux[@]}") ;;
 --windows) presets=("${windows[@]}") ;;
+--host) presets=(host) ;;
 *)
-    echo "test: unknown option $1 (use --linux or --windows, or neither for all builds)" >&2
+    echo "test: unknown option $1 (use --linux, --windows or --host, or none for all builds)" >&2
     exit 2
     ;;
 esac
@@ -50,18 +53,29 @@ fixed_addresses() {
     fi
 }
 
+# run_tests FOLDER PRESET OPTION...: the options are those of ctest.
 run_tests() {
-    local preset=$1 folder=$results/$1 reports=$results/$1/gtest run=()
+    local folder=$results/$1 preset=$2 reports=$results/$1/gtest run=()
+    shift 2
     case $preset in
     windows) reports=Z:$reports ;;
     *san) run=(fixed_addresses) ;;
     esac
-    say "$preset: tests"
+    say "${folder##*/}: tests"
     mkdir -p "$folder/gtest"
-    ctest --preset "$preset" --show-only=json-v1 >"$folder/tests.json" 2>/dev/null
-    GTEST_BRIEF=1 GTEST_OUTPUT=xml:$reports/ "${run[@]}" ctest --preset "$preset" \
+    ctest --preset "$preset" "$@" --show-only=json-v1 >"$folder/tests.json" 2>/dev/null
+    GTEST_BRIEF=1 GTEST_OUTPUT=xml:$reports/ "${run[@]}" ctest --preset "$preset" "$@" \
         --parallel "$(nproc)" --output-junit "$folder/ctest.xml" 2>&1 ||
         touch "$folder/ctest-failed"
+}
+
+# The add-ons need the optimised library, the stand-in and the inspector, and nothing else built.
+run_host() {
+    mkdir -p "$results/host"
+    step host configure cmake --preset linux-release &&
+        step host build cmake --build --preset linux-release --target Q7Plugin q7-standin q7-inspect ||
+        return
+    run_tests host linux-release --build-config host --tests-regex '^host_'
 }
 
 run_preset() {
@@ -73,7 +87,7 @@ run_preset() {
         step "$preset" wine-prefix scripts/wine.sh --prepare || return
         trap 'scripts/wine.sh --end >/dev/null 2>&1' EXIT
     fi
-    run_tests "$preset"
+    run_tests "$preset" "$preset"
 }
 
 say "packages"
@@ -84,7 +98,10 @@ if ! scripts/setup.sh "$@"; then
 fi
 rm -rf "$results"
 for preset in "${presets[@]}"; do
-    run_preset "$preset"
+    case $preset in
+    host) run_host ;;
+    *) run_preset "$preset" ;;
+    esac
 done
 say "all done"
 python3 scripts/tally.py "${presets[@]/#/$results/}"

@@ -30,7 +30,7 @@ RANKS = {
 PLATFORM = "platform"
 BELOW_PLATFORM = {"support"}
 # What a program may include beside its own folder.
-FOR_TOOLS = {"common", "support", "platform"}
+FOR_TOOLS = {"common", "preview", "support", "platform"}
 PUBLIC_HEADER = "q7plugin.h"
 
 WINDOWS_HEADERS = re.compile(
@@ -51,6 +51,9 @@ OS_HEADER_FOLDERS = {
     "src/platform/windows": (WINDOWS_HEADERS, SHARED_OS_HEADERS),
     "src/platform/posix": (POSIX_HEADERS, SHARED_OS_HEADERS),
     "tests/platform": ALL_OS_HEADERS,
+    # Disks and processes of hosts are as only the system can make them.
+    "tests/faults": ALL_OS_HEADERS,
+    "tests/process": ALL_OS_HEADERS,
     "tests/support/text.cpp": ALL_OS_HEADERS,
     "tests/abi": ALL_OS_HEADERS,
     "tests/archive/bridge": (WINDOWS_HEADERS,),
@@ -58,6 +61,7 @@ OS_HEADER_FOLDERS = {
 
 # Sources without a test of their own name, each with the reason.
 TESTED_ELSEWHERE = {
+    "src/api/unload.cpp": "shows in a process that unloads the library: tests/process/loading.cpp",
     "tools/*/main.cpp": "a command line: the tests of the tool run the program",
 }
 

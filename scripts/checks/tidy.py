@@ -5,35 +5,69 @@
 
 BUILD_FOLDER holds the compile_commands.json of a build by GCC or Clang. With words, only the files
 whose path has one of them. Prints what is found; the exit code is 1 when anything is.
+
+Most of the time goes into the system's headers, so the sources of a folder are read in bundles. A
+bundle with a finding, or one that does not compile as one, is read again file by file: what is
+printed always comes from a file by itself.
 """
 
 import json
 import os
+import shlex
+import shutil
 import subprocess
 import sys
 from concurrent.futures import ThreadPoolExecutor
+from itertools import groupby
 from pathlib import Path
 
 TOP = Path(__file__).parents[2]
 FOLDERS = ("src", "tools", "examples")
+FILES_IN_A_BUNDLE = 7
 # GCC's own warning options are not known to clang, which compiles here only to understand.
-COMPILER_OPTIONS = ("-Wno-unknown-warning-option", "-Wno-unused-command-line-argument")
+# The sources in a bundle are headers to clang-tidy: the filter of .clang-tidy, with them.
+AS_BUNDLE = [
+    "--checks=-bugprone-suspicious-include",
+    r"--header-filter=/(src|tools|examples)/(.*/)?(([^q/][^/]*|q7_[^/]*)\.h|[^/]*\.cpp)$",
+]
+COMPILER_OPTIONS = ["-Wno-unknown-warning-option", "-Wno-unused-command-line-argument"]
 
 
-def sources(build: Path, words: list[str]) -> list[Path]:
-    commands = json.loads((build / "compile_commands.json").read_text())
-    files = {Path(entry["directory"], entry["file"]).resolve() for entry in commands}
-    ours = [file for file in files if any(file.is_relative_to(TOP / name) for name in FOLDERS)]
-    # The long ones first, so that no core waits for a late one.
-    ours.sort(key=lambda file: (file.parts[len(TOP.parts)] == "src", -file.stat().st_size))
-    return [file for file in ours if not words or any(word in str(file) for word in words)]
+def options(entry: dict) -> list[str]:
+    """How a file is compiled, without its name and its output."""
+    words = shlex.split(entry["command"])[1:]
+    for option in ("-o", "-c"):
+        at = words.index(option)
+        del words[at : at + 2]
+    return words + COMPILER_OPTIONS
 
 
-def tidy(build: Path, file: Path) -> tuple[int, str]:
+def sources(build: Path, words: list[str]) -> dict[Path, list[str]]:
+    """The files to check, with how each is compiled."""
+    files = {}
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        file = Path(entry["directory"], entry["file"]).resolve()
+        ours = any(file.is_relative_to(TOP / name) for name in FOLDERS)
+        if ours and (not words or any(word in str(file) for word in words)):
+            files.setdefault(file, options(entry))
+    return files
+
+
+def bundles(files: dict[Path, list[str]]) -> list[list[Path]]:
+    """Sources of one folder that are compiled alike; the largest first, so that no core waits for a
+    late one."""
+    made = []
+    ordered = sorted(files, key=lambda file: (str(file.parent), files[file], file.name))
+    for _, group in groupby(ordered, key=lambda file: (file.parent, files[file])):
+        members = list(group)
+        parts = -(-len(members) // FILES_IN_A_BUNDLE)
+        made += [members[part::parts] for part in range(parts)]
+    return sorted(made, key=lambda members: -sum(file.stat().st_size for file in members))
+
+
+def run(file: Path, compiler_options: list[str], *arguments: str) -> tuple[int, str]:
     result = subprocess.run(
-        ["clang-tidy", "-p", build, "--quiet"]
-        + [f"--extra-arg={option}" for option in COMPILER_OPTIONS]
-        + [file],
+        ["clang-tidy", "--quiet", *arguments, file, "--", *compiler_options],
         capture_output=True,
         text=True,
     )
@@ -42,17 +76,44 @@ def tidy(build: Path, file: Path) -> tuple[int, str]:
     return result.returncode, result.stdout + (result.stderr if failed_itself else "")
 
 
+class Checker:
+    def __init__(self, build: Path, files: dict[Path, list[str]]) -> None:
+        self.files = files
+        # Below the top, so that its .clang-tidy holds; a folder's own is put beside the bundles.
+        self.folder = build / "tidy"
+        shutil.rmtree(self.folder, ignore_errors=True)
+
+    def bundle_file(self, members: list[Path]) -> Path:
+        place = self.folder / members[0].parent.relative_to(TOP)
+        place.mkdir(parents=True, exist_ok=True)
+        for folder in members[0].relative_to(TOP).parents:
+            settings = TOP / folder / ".clang-tidy"
+            if folder != Path(".") and settings.exists():
+                shutil.copy(settings, self.folder / folder)
+        file = place / f"bundle_{members[0].stem}.cpp"
+        file.write_text("".join(f'#include "{member}"\n' for member in members))
+        return file
+
+    def check(self, members: list[Path]) -> list[tuple[int, str]]:
+        if len(members) > 1:
+            code, _ = run(self.bundle_file(members), self.files[members[0]], *AS_BUNDLE)
+            if code == 0:
+                return [(0, "")]
+        return [run(file, self.files[file]) for file in members]
+
+
 def main(arguments: list[str]) -> int:
     if not arguments:
         print("usage: tidy.py BUILD_FOLDER [WORD...]", file=sys.stderr)
         return 2
-    build = Path(arguments[0])
+    build = Path(arguments[0]).resolve()
     files = sources(build, arguments[1:])
     if not files:
         print(f"tidy: {build}/compile_commands.json names no source to check", file=sys.stderr)
         return 1
+    checker = Checker(build, files)
     with ThreadPoolExecutor(os.cpu_count()) as pool:
-        results = list(pool.map(lambda file: tidy(build, file), files))
+        results = [each for some in pool.map(checker.check, bundles(files)) for each in some]
     # A header's finding comes with every file that includes it.
     findings = dict.fromkeys(text.strip() for _, text in results if text.strip())
     print(*findings, sep="\n")

@@ -3,7 +3,6 @@
 #include <array>
 #include <cmath>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -11,11 +10,11 @@ constexpr std::array pointKeys = {"V", "LT", "LV", "RT", "RV"};
 
 // The points join those that are there under the key. What is no array of points, the frame's time,
 // gives way to them.
-void appendPoints(nlohmann::json& value, const std::vector<double>& numbers) {
-    if (!value.is_array()) value = nlohmann::json::array();
+void appendPoints(Json& value, const std::vector<double>& numbers) {
+    if (!value.isArray()) value = Json::array();
     for (std::size_t first = 0; first + pointKeys.size() <= numbers.size();
          first += pointKeys.size()) {
-        nlohmann::json point;
+        Json point;
         for (std::size_t i = 0; i < pointKeys.size(); ++i)
             point[pointKeys[i]] = numbers[first + i];
         value.push_back(std::move(point));
@@ -24,8 +23,8 @@ void appendPoints(nlohmann::json& value, const std::vector<double>& numbers) {
 
 }  // namespace
 
-nlohmann::json& Q7AnimationKeyFrame::toJson(nlohmann::json& value) const {
-    value = nlohmann::json::object();
+Json& Q7AnimationKeyFrame::toJson(Json& value) const {
+    value = Json::object();
     value["T"] = time;
     for (const auto& [key, property] : properties) {
         if (property.type != PropertyType::Double || property.elementCount() == 0) continue;
@@ -57,11 +56,11 @@ Q7AnimationKeyFrame* Q7AnimationEntity::frame(std::int32_t index) {
     return position < frames.size() ? &frames[position] : nullptr;
 }
 
-nlohmann::json& Q7AnimationEntity::toJson(nlohmann::json& value) const {
+Json& Q7AnimationEntity::toJson(Json& value) const {
     value = Q7Entity::toJson();
-    nlohmann::json& frameData = value["FrameData"] = nlohmann::json::array();
+    Json& frameData = value["FrameData"] = Json::array();
     for (const Q7AnimationKeyFrame& frame : frames) {
-        nlohmann::json frameValue;
+        Json frameValue;
         frameData.push_back(std::move(frame.toJson(frameValue)));
     }
     return value;

@@ -2,17 +2,17 @@
 #pragma once
 
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
 #include <vector>
 
 #include "entities/entity.h"
+#include "support/json.h"
 #include "support/text.h"
 
 class IJsonable {
   public:
     virtual ~IJsonable() = default;
     // Fills the value, and returns it.
-    virtual nlohmann::json& toJson(nlohmann::json& value) const = 0;
+    virtual Json& toJson(Json& value) const = 0;
 };
 
 // One moment. Each property is a curve's points at that moment: five doubles a point, the value and
@@ -24,7 +24,7 @@ class Q7AnimationKeyFrame : public IJsonable, public Q7Entity {
     explicit Q7AnimationKeyFrame(double frameTime) : time(frameTime) {}
 
     // An object with "T", and an array of points for each property that has any.
-    nlohmann::json& toJson(nlohmann::json& value) const override;
+    Json& toJson(Json& value) const override;
 };
 
 class Q7AnimationEntity : public IJsonable, public Q7Entity {
@@ -42,5 +42,5 @@ class Q7AnimationEntity : public IJsonable, public Q7Entity {
     Q7AnimationKeyFrame* frame(std::int32_t index);
 
     // An object with the entity's properties, and "FrameData" with the frames.
-    nlohmann::json& toJson(nlohmann::json& value) const override;
+    Json& toJson(Json& value) const override;
 };

@@ -13,6 +13,10 @@ inline Session& sessionOf(void* handle) {
     return *static_cast<Session*>(handle);
 }
 
+inline SessionCore& coreOf(void* handle) {
+    return *sessionOf(handle).core;
+}
+
 // An owned copy, unit by unit: the host's character type is another one on Windows.
 inline WideString toWide(const Q7Char* text) {
     WideString copy;

@@ -1,6 +1,7 @@
 #include <span>
 
 #include "api/convert.h"
+#include "support/float_environment.h"
 
 namespace {
 
@@ -82,6 +83,7 @@ int32_t Q7AddAnimEntityFrame(void* session, int32_t type, const Q7Char* name, do
 }
 
 int32_t Q7FindAnimEntityFrame(void* session, int32_t type, const Q7Char* name, double time) {
+    const StandardFloats floats;
     const Q7AnimationEntity* const animation = animationOf(session, type, name);
     return animation ? animation->findFrame(time) : -1;
 }

@@ -2,10 +2,6 @@
 
 namespace {
 
-SessionCore& coreOf(void* session) {
-    return *sessionOf(session).core;
-}
-
 // The name is read only where it matters.
 Q7Entity* entityOf(void* session, uint32_t entityType, const Q7Char* entityName) {
     const auto type = static_cast<EntityType>(entityType);

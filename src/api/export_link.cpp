@@ -1,14 +1,11 @@
 #include "api/convert.h"
+#include "api/host_thread.h"
 #include "link/launch.h"
 #include "link/link_state.h"
 #include "link/render_install.h"
 #include "transport/sync_connection.h"
 
 namespace {
-
-SessionCore& coreOf(void* session) {
-    return *sessionOf(session).core;
-}
 
 ConnectRet toConnectRet(SyncResult result) {
     return static_cast<ConnectRet>(result);
@@ -64,6 +61,7 @@ int32_t GetSendModelType(void* session, const Q7Char* name) {
 }
 
 void Q7SendRaw(void* session) {
+    const HostThreadGuard guard;
     sendRaw(coreOf(session), sessionOf(session).sendSettings());
 }
 
@@ -72,5 +70,6 @@ void SendModel(void* session) {
 }
 
 void Q7SendProcessed(void* session) {
+    const HostThreadGuard guard;
     sendProcessed(coreOf(session), sessionOf(session).sendSettings());
 }

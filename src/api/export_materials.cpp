@@ -1,4 +1,5 @@
 #include "api/convert.h"
+#include "api/host_thread.h"
 #include "materials/material_list.h"
 #include "materials/q7_material.h"
 
@@ -49,6 +50,7 @@ void Q7RemoveMaterialProperty(void* session, const Q7Char* name, const Q7Char* p
 }
 
 void Q7SaveMaterialToFile(void* session, const Q7Char* path) {
+    const HostThreadGuard guard;
     const SessionCore& core = *sessionOf(session).core;
     saveMaterialList(*core.model, core.materialVersion, toWide(path));
 }

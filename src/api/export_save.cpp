@@ -1,6 +1,8 @@
 #include "api/convert.h"
+#include "api/host_thread.h"
 
 void Q7SaveRawToFile(void* session, const Q7Char* path) {
+    const HostThreadGuard guard;
     const Session& source = sessionOf(session);
     Q7Sync::saveRaw(*source.core->model, source.streamSettings(), toWide(path));
 }
@@ -10,6 +12,7 @@ void SaveToFile(void* session, const Q7Char* path) {
 }
 
 void Q7SaveProcessedToFile(void* session, const Q7Char* path) {
+    const HostThreadGuard guard;
     const Session& source = sessionOf(session);
     Q7Sync::saveProcessed(*source.core->model, source.streamSettings(), toWide(path));
 }

@@ -1,4 +1,5 @@
-/*
+/** @mainpage Q7Plugin
+ *
  * Q7Plugin: hand a scene from a 3D content-creation application to Q7 Render or to disk.
  *
  * Conventions, which hold for every function unless its own text says otherwise:
@@ -22,18 +23,37 @@
  *   std::out_of_range and std::invalid_argument that single functions name, reach the caller. On
  *   Windows they can be caught by type only when host and library are built with the same compiler
  *   family.
- * - Threads: no function takes a lock, and a session belongs to one thread at a time. The text of
- *   Q7SetDccPluginInfo, the path last given to SetModelFilePath, the connection to the renderer and
- *   what is known of its window are shared by all sessions of the process without protection.
+ * - Threads' settings: locale, floating-point settings (exceptions that stop, rounding, tiny numbers as
+ *   zero) and signals stay as the host has them and change no byte of what is written; a pipe whose
+ *   reader has gone does not end the process. errno and the last error of Windows mean nothing to the
+ *   library, and a call may leave anything in them: save what you need. 256 KiB of stack are enough.
+ * - Threads: no function takes a lock. A session belongs to one thread at a time; several sessions may
+ *   build and save on several threads at once. Shared by all sessions of the process without
+ *   protection, so that only one thread at a time may call what uses it:
+ *     - the text of Q7SetDccPluginInfo: every save and send reads it
+ *     - the path last given to SetModelFilePath: Q7ProcessedSyncConnect reads it
+ *     - the link to the renderer: SetQ7RenderPath, StartLinkQ7Render, GetQ7RenderStatus,
+ *       GetSendModelType, the connect functions, DisConnect, the sends, and all messages
+ *     - what is known of the renderer's window: Q7RenderWindowSize
+ *
+ *   All else that needs no session may be called on any thread at any time.
+ * - Sizes: an array may be larger than 4 GiB, and so may a file. A count in a stream is cut to its low 32
+ *   bits: a mesh of more than 4294967295 floats in one array makes a stream that nobody can read. So is
+ *   the size of the block of a live send, and what does not fit into it is not written: no array that
+ *   is to arrive may have 4 GiB or more.
  *
  * The header is C and C++. The functions that exist in C++ only are marked so.
  */
+
+/** @file
+ *  The whole interface of the library. The conventions above hold for every function. */
 #ifndef Q7PLUGIN_H
 #define Q7PLUGIN_H
 
 #include <stddef.h>
 #include <stdint.h>
 
+/** One UTF-16 code unit, and the type of the literals: L"..." on Windows, u"..." elsewhere. */
 #if defined(_WIN32)
 typedef wchar_t Q7Char;
 #else
@@ -43,7 +63,7 @@ typedef wchar_t Q7Char;
 typedef char16_t Q7Char;
 #endif
 
-/* Q7_API marks what the library exports. On Windows the export list does the exporting. */
+/** Q7_API marks what the library exports. On Windows the export list does the exporting. */
 #if defined(_MSC_VER) && !defined(Q7PLUGIN_BUILD)
 #define Q7_API __declspec(dllimport)
 #elif defined(_WIN32)
@@ -52,7 +72,7 @@ typedef char16_t Q7Char;
 #define Q7_API __attribute__((visibility("default")))
 #endif
 
-/* The exports whose names encode their argument types have the names that MSVC gives them, with
+/** The exports whose names encode their argument types have the names that MSVC gives them, with
  * every Windows compiler. */
 #if defined(__MINGW32__)
 #define Q7_SYMBOL(name) __asm__("\"" name "\"")
@@ -106,73 +126,87 @@ enum {
 extern "C" {
 #endif
 
-/* ---- Sessions ------------------------------------------------------------------------------- */
+/* ---- Sessions -------------------------------------------------------------------------------- */
+
+/** @defgroup sessions Sessions
+ *  @{ */
 
 /** Makes a session with an empty model.
  *
- *  Returns the session, never null. End it with DestroySession.
- *  Throws std::bad_alloc when memory runs out. */
+ *  @return the session, never null. End it with DestroySession.
+ *  @throws std::bad_alloc when memory runs out. */
 Q7_API void* CreateSession(void);
 
 /** Ends a session and frees all that it holds. Values of the whole process stay, and so does a live
  *  connection: DisConnect first.
  *
- *  session: a live session; null is not allowed. */
+ *  @param session a live session; null is not allowed. */
 Q7_API void DestroySession(void* session);
 
 /** Tells the version of this library.
  *
- *  Returns "0.5.7.0", a constant that is never freed. Needs no session. */
+ *  @return "0.5.7.0", a constant that is never freed. Needs no session. */
 Q7_API const char* Q7GetPluginVersion(void);
 
-/* ---- Settings ------------------------------------------------------------------------------- */
+/** @} */
+
+/* ---- Settings -------------------------------------------------------------------------------- */
+
+/** @defgroup settings Settings
+ *  @{ */
 
 /** Names the file that the model belongs to, and makes the session's sends be of that main model.
  *
- *  path: taken as it stands, not tested; may be empty. The last path given here by any session is
- *        also remembered for the whole process, as the parent of relevant models. */
+ *  @param path taken as it stands, not tested; may be empty. The last path given here by any
+ *      session is also remembered for the whole process, as the parent of relevant models. */
 Q7_API void SetModelFilePath(void* session, const Q7Char* path);
 
 /** Names the file of a model that is part of another one, the one last given to SetModelFilePath.
  *
- *  path: taken as it stands, not tested; may be empty. The process-wide path stays. */
+ *  @param path taken as it stands, not tested; may be empty. The process-wide path stays. */
 Q7_API void SetRelevantModelFilePath(void* session, const Q7Char* path);
 
 /** Sets the folder of the model's textures, as the stream's header shows it.
  *
- *  path: taken as it stands, not tested; may be empty. */
+ *  @param path taken as it stands, not tested; may be empty. */
 Q7_API void SetTextureFolder(void* session, const Q7Char* path);
 
 /** Switches on or off that each live send of a model with instances carries one generated instance per
  *  material, so that the renderer also learns of materials that no geometry uses. Starts off.
  *
- *  flag: 0 is off, any other value on. Takes effect at the next send. */
+ *  @param flag 0 is off, any other value on. Takes effect at the next send. */
 Q7_API void SetGenMatInstances(void* session, uint8_t flag);
 
 /** Sets the text by which the host's plug-in names itself in the stream's header.
  *
- *  info: replaces the text of the whole process; it starts empty. Needs no session. */
+ *  @param info replaces the text of the whole process; it starts empty. Needs no session. */
 Q7_API void Q7SetDccPluginInfo(const Q7Char* info);
 
 /** Chooses what an unknown material name becomes when a node ends. Set it before the first material.
  *
- *  version: 0 (the start value) adds a text material with the default text, 1 adds a typed material
- *           without properties, any other value adds none, so that the instance is not made.
- *           Materials that exist stay as they are. The stream's header shows the version plus 1, and
- *           with version 1 the material file has a root element. */
+ *  @param version 0 (the start value) adds a text material with the default text, 1 adds a typed
+ *      material without properties, any other value adds none, so that the instance is not made.
+ *      Materials that exist stay as they are. The stream's header shows the version plus 1, and
+ *      with version 1 the material file has a root element. */
 Q7_API void Q7SetMaterialVersion(void* session, uint32_t version);
 
+/** @} */
+
 /* ---- The renderer ---------------------------------------------------------------------------- */
-/* The link to the renderer is one for the process: one connection at a time, shared by all sessions
- * without protection. A renderer that is not there, or goes away, shows in no function but those that
- * return something here: what is sent then goes nowhere. */
+
+/** @defgroup renderer The renderer
+ *
+ *  The link to the renderer is one for the process: one connection at a time, shared by all sessions
+ *  without protection. A renderer that is not there, or goes away, shows in no function but those that
+ *  return something here: what is sent then goes nowhere.
+ *  @{ */
 
 /** Tells the library where the renderer is installed.
  *
- *  path: the folder; kept when launcher, viewer and engine can be read in it. Otherwise the registered
- *        installation takes its place, if there is one.
+ *  @param path the folder; kept when launcher, viewer and engine can be read in it. Otherwise the
+ *      registered installation takes its place, if there is one.
  *
- *  Returns 1 when a folder is known afterwards, else 0. Needs no session. */
+ *  @return 1 when a folder is known afterwards, else 0. Needs no session. */
 Q7_API uint8_t SetQ7RenderPath(const Q7Char* path);
 
 /** Links to the renderer: starts it when it does not run, waits until it is ready, hands it the
@@ -181,33 +215,35 @@ Q7_API uint8_t SetQ7RenderPath(const Q7Char* path);
  *  The version is that of the registered installation, also where SetQ7RenderPath named another one,
  *  and it is compared with 1.7.1 as a text: 1.10.0 is refused.
  *
- *  pluginFile: the file handed over; also the launcher's parameter, unquoted, so that a path with
- *              blanks reaches the launcher as several arguments
+ *  @param pluginFile the file handed over; also the launcher's parameter, unquoted, so that a path
+ *      with blanks reaches the launcher as several arguments
  *
- *  Returns 0 linked, 1 no installation found, 3 the installed version is not above 1.7.1, 4 the
- *  renderer takes no link, 5 its update runs, 6 it refused the hand-over, 7 the link failed (tried
- *  twice, 3 seconds apart), 8 it has no port or cannot be connected to.
+ *  @return 0 linked, 1 no installation found, 3 the installed version is not above 1.7.1, 4 the
+ *      renderer takes no link, 5 its update runs, 6 it refused the hand-over, 7 the link failed
+ *      (tried twice, 3 seconds apart), 8 it has no port or cannot be connected to.
+ *
  *  Blocks its caller for as long as the renderer needs to start, without a limit, and prints the
  *  renderer's status on standard output at each of its polls, 0.3 seconds apart. */
 Q7_API uint32_t StartLinkQ7Render(const Q7Char* pluginFile);
 
 /** Tells the renderer's status as it is now. Needs no session.
  *
- *  flag: where to store the low byte of the renderer's flag, which is then cleared, so that it is
- *        shown once and a StartLinkQ7Render that runs meanwhile may miss it; null leaves the flag
- *        alone. Without a renderer the last value is stored.
+ *  @param flag where to store the low byte of the renderer's flag, which is then cleared, so that
+ *      it is shown once and a StartLinkQ7Render that runs meanwhile may miss it; null leaves the
+ *      flag alone. Without a renderer the last value is stored.
  *
- *  Returns 0 not available, 1 waits for a plug-in file, 2 takes no link, 4 linked; any other value is
- *  a renderer that is not ready. */
+ *  @return 0 not available, 1 waits for a plug-in file, 2 takes no link, 4 linked; any other value
+ *      is a renderer that is not ready. */
 Q7_API uint32_t GetQ7RenderStatus(uint8_t* flag);
 
 /** Tells the version of the registered installation, read anew at each call. Needs no session.
  *
- *  buffer: where to store the text and its terminator; not touched when size is too small; may be null
- *  size:   of the buffer in characters. The text is stored when it is at least the text's length,
- *          and then its terminator too: give the buffer one character more than you tell.
+ *  @param buffer where to store the text and its terminator; not touched when size is too small;
+ *      may be null
+ *  @param size of the buffer in characters. The text is stored when it is at least the text's
+ *      length, and then its terminator too: give the buffer one character more than you tell.
  *
- *  Returns the text's length plus 1; without an installation that is 1. */
+ *  @return the text's length plus 1; without an installation that is 1. */
 Q7_API uint32_t Q7GetRenderVersion(Q7Char* buffer, uint32_t size);
 
 /** The same function as Q7RawSyncConnect. */
@@ -216,17 +252,18 @@ Q7_API ConnectRet Connect(void* session);
 /** Opens the connection for Q7SendRaw, on the port that the library read last: StartLinkQ7Render reads
  *  it, and each connect or send that fails.
  *
- *  Returns a ConnectRet. A renderer that cannot be reached counts as connected: the send that follows
- *  goes nowhere, and the port is read anew for the next attempt.
- *  Throws std::invalid_argument "invalid stoi argument" or std::out_of_range "stoi argument out of
- *  range" when the installed version is no version.
+ *  @return a ConnectRet. A renderer that cannot be reached counts as connected: the send that
+ *      follows goes nowhere, and the port is read anew for the next attempt.
+ *  @throws std::invalid_argument "invalid stoi argument" or std::out_of_range "stoi argument out of
+ *      range" when the installed version is no version.
+ *
  *  Blocks until the renderer answers. A connection that is still open is closed first. */
 Q7_API ConnectRet Q7RawSyncConnect(void* session);
 
 /** Opens the connection for Q7SendProcessed; for a path of SetRelevantModelFilePath it also names the
  *  main model, the path last given to SetModelFilePath.
  *
- *  Returns a ConnectRet, as Q7RawSyncConnect does. */
+ *  @return a ConnectRet, as Q7RawSyncConnect does. */
 Q7_API ConnectRet Q7ProcessedSyncConnect(void* session);
 
 #ifdef __cplusplus
@@ -234,7 +271,7 @@ Q7_API ConnectRet Q7ProcessedSyncConnect(void* session);
 
 /** Opens the connection for a group of models, which Q7SendProcessed sends. C++ only.
  *
- *  Returns a ConnectRet, as Q7RawSyncConnect does. */
+ *  @return a ConnectRet, as Q7RawSyncConnect does. */
 Q7_API ConnectRet Q7GroupSyncConnect(void* session)
     Q7_SYMBOL("?Q7GroupSyncConnect@@YA?AW4ConnectRet@@PEAX@Z");
 
@@ -249,15 +286,15 @@ Q7_API void DisConnect(void* session);
 /** Tells whether a connect function succeeded since the last DisConnect, without probing the
  *  connection.
  *
- *  Returns 1 or 0. */
+ *  @return 1 or 0. */
 Q7_API uint8_t HasConnected(void* session);
 
 /** Asks the renderer, on a connection of its own, how it wants a model.
  *
- *  name: handed to the renderer; null is allowed
+ *  @param name handed to the renderer; null is allowed
  *
- *  Returns the renderer's answer, and 0 for a negative or no answer, for a null name, and while a
- *  connection is open. Blocks until the renderer answers or closes. */
+ *  @return the renderer's answer, and 0 for a negative or no answer, for a null name, and while a
+ *      connection is open. Blocks until the renderer answers or closes. */
 Q7_API int32_t GetSendModelType(void* session, const Q7Char* name);
 
 /** Sends the model as it stands over the open connection. Instances of deleted nodes leave the model
@@ -281,27 +318,33 @@ Q7_API void SendModel(void* session);
  *  otherwise as Q7SendRaw does, once and without instance paths. */
 Q7_API void Q7SendProcessed(void* session);
 
+/** @} */
+
 /* ---- Whole meshes, text materials, scene records --------------------------------------------- */
+
+/** @defgroup meshes Whole meshes, text materials, scene records
+ *  @{ */
 
 #ifdef __cplusplus
 } /* extern "C" */
 
 /** Adds a mesh, or replaces the arrays of the mesh of that name. C++ only.
  *
- *  name:      the identity of the mesh. Instances that use it see the new arrays. Q7EndNode tells the
- *             names of the meshes of nodes: one of those is updated here, and a mesh that has such a
- *             name is updated when the node ends.
- *  positions: 3 floats a vertex; positionCount is a multiple of 3
- *  normals:   3 floats a vertex, or none
- *  uvs:       2 floats a vertex, always there
- *  colors:    bytes, passed on as they are
- *  indices:   corner indices, 3 a triangle, passed on as they are
+ *  @param name the identity of the mesh. Instances that use it see the new arrays. Q7EndNode tells
+ *      the names of the meshes of nodes: one of those is updated here, and a mesh that has such a
+ *      name is updated when the node ends.
+ *  @param positions 3 floats a vertex; positionCount is a multiple of 3
+ *  @param normals 3 floats a vertex, or none
+ *  @param uvs 2 floats a vertex, always there
+ *  @param colors bytes, passed on as they are
+ *  @param indices corner indices, 3 a triangle, passed on as they are
+ *
  *  Each count is the number of scalars. A null array is empty whatever its count.
  *
  *  Makes no instance. Nothing happens when a new mesh has position, normal and uv counts that do not
  *  fit each other; a mesh that exists takes the arrays unchecked.
- *  Throws std::length_error "vector too long", with nothing changed, for a negative count of an array
- *  that is not null. */
+ *  @throws std::length_error "vector too long", with nothing changed, for a negative count of an
+ *      array that is not null. */
 Q7_API void AddMesh(void* session, const Q7Char* name, float* positions, int positionCount,
                     float* normals, int normalCount, float* uvs, int uvCount, unsigned char* colors,
                     int colorCount, int* indices, int indexCount)
@@ -312,8 +355,8 @@ extern "C" {
 
 /** Adds a text material, or replaces the text of the text material of that name.
  *
- *  materialName: every "/" in it becomes "@"
- *  xml:          the finished text, stored and sent as it stands, never parsed
+ *  @param materialName every "/" in it becomes "@"
+ *  @param xml the finished text, stored and sent as it stands, never parsed
  *
  *  Nothing happens when the name belongs to a typed material (Q7AddMaterial). */
 Q7_API void AddMaterial(void* session, const Q7Char* materialName, const Q7Char* xml);
@@ -321,20 +364,25 @@ Q7_API void AddMaterial(void* session, const Q7Char* materialName, const Q7Char*
 /** Appends a record to the session's list of legacy scenes; names may repeat. SendScenes sends the
  *  list and empties it.
  *
- *  name, label: text of the record
- *  sceneData:   36 bytes, copied and passed on as they are; not null
- *  value:       passed on as it is */
+ *  @param name,label text of the record
+ *  @param sceneData 36 bytes, copied and passed on as they are; not null
+ *  @param value passed on as it is */
 Q7_API void AddScene(void* session, const Q7Char* name, const Q7Char* label, const void* sceneData,
                      uint32_t value);
 
+/** @} */
+
 /* ---- Nodes ----------------------------------------------------------------------------------- */
+
+/** @defgroup nodes Nodes
+ *  @{ */
 
 /** Opens a node: triangles that follow belong to it, until the end call.
  *
- *  nodeName:     the node. Ending a node under a name that was used before updates its meshes in
- *                place and adds instances again; delete the node first to replace it.
- *  transform:    16 floats, read when the node ends: keep them alive until then
- *  instancePath: path of every instance of this node
+ *  @param nodeName the node. Ending a node under a name that was used before updates its meshes in
+ *      place and adds instances again; delete the node first to replace it.
+ *  @param transform 16 floats, read when the node ends: keep them alive until then
+ *  @param instancePath path of every instance of this node
  *
  *  A node that is open is renamed: what its triangles become belongs to the new name, but the meshes
  *  that were begun keep the old one in theirs.
@@ -344,10 +392,10 @@ Q7_API void Q7BeginNode(void* session, const Q7Char* nodeName, const float* tran
 
 /** Opens a node as Q7BeginNode does, with the number of triangles to expect.
  *
- *  triangleHint: triangles of the node; memory for all of them is reserved for each material of the
- *                node, and what is left over goes back when the node ends. 0 reserves nothing. Taken
- *                also when nodeName is empty. A hint beyond the memory there is makes the first
- *                triangle call of a material throw std::bad_alloc. */
+ *  @param triangleHint triangles of the node; memory for all of them is reserved for each material
+ *      of the node, and what is left over goes back when the node ends. 0 reserves nothing. Taken
+ *      also when nodeName is empty. A hint beyond the memory there is makes the first triangle call
+ *      of a material throw std::bad_alloc. */
 Q7_API void Q7BeginNodeHint(void* session, const Q7Char* nodeName, const float* transform,
                             uint32_t triangleHint, const Q7Char* instancePath);
 
@@ -375,7 +423,9 @@ Q7_API void MaxEndNode(void* session);
 /** Adds one triangle to the open node, with its axes as they stand: MaxAddTriangles with a count of
  *  1 and CoordOrder XYZ.
  *
- *  positions: 9 floats; normals: 9 floats or null; uvs: 6 floats or null */
+ *  @param positions 9 floats
+ *  @param normals 9 floats or null
+ *  @param uvs 6 floats or null */
 Q7_API void MaxAddTriangle(void* session, const Q7Char* materialName, const float* positions,
                            const float* normals, const float* uvs);
 
@@ -386,30 +436,30 @@ Q7_API void MaxAddTriangles(void* session, const Q7Char* materialName, int trian
 
 /** Adds vertices, and indices if there are any, to the open node.
  *
- *  materialName:  the material. Empty means "No Material". In the material's name every "/" becomes
- *                 "@"; the mesh name keeps it.
- *  triangleCount: a third of the number of vertices handed over; not negative
- *  positions:     9 * triangleCount floats; not tested for null
- *  normals:       9 * triangleCount floats, or null for none
- *  uvs:           6 * triangleCount floats, or null for zeroes
- *  indexCount:    number of indices, 3 a triangle; it need not match triangleCount. A host whose
- *                 vertices are shared pads them to a multiple of three.
- *  indices:       appended as they are, or null for none. They count from the first vertex of this
- *                 material in this node, also in later calls.
- *  order:         axis order of positions and normals; an unknown value is XYZ
+ *  @param materialName the material. Empty means "No Material". In the material's name every "/"
+ *      becomes "@"; the mesh name keeps it.
+ *  @param triangleCount a third of the number of vertices handed over; not negative
+ *  @param positions 9 * triangleCount floats; not tested for null
+ *  @param normals 9 * triangleCount floats, or null for none
+ *  @param uvs 6 * triangleCount floats, or null for zeroes
+ *  @param indexCount number of indices, 3 a triangle; it need not match triangleCount. A host whose
+ *      vertices are shared pads them to a multiple of three.
+ *  @param indices appended as they are, or null for none. They count from the first vertex of this
+ *      material in this node, also in later calls.
+ *  @param order axis order of positions and normals; an unknown value is XYZ
  *
  *  Works with no node open as well (see Q7EndNode).
- *  Throws std::length_error "vector too long" when triangleCount is negative. */
+ *  @throws std::length_error "vector too long" when triangleCount is negative. */
 Q7_API void MaxAddIndexTriangles(void* session, const Q7Char* materialName, int triangleCount,
                                  const float* positions, const float* normals, const float* uvs,
                                  uint32_t indexCount, const int* indices, CoordOrder order);
 
 /** Places the geometry of one node again as another node, with the instance path "/".
  *
- *  existingNode: a node that was ended. Its own transform plays no part.
- *  newNode:      gets one instance for each that the existing node has at the time of the call; they
- *                join those it has. They share mesh and material: an update of the mesh shows in all.
- *  transform:    16 floats, read at once
+ *  @param existingNode a node that was ended. Its own transform plays no part.
+ *  @param newNode gets one instance for each that the existing node has at the time of the call;
+ *      they join those it has. They share mesh and material: an update of the mesh shows in all.
+ *  @param transform 16 floats, read at once
  *
  *  When existingNode is unknown, newNode becomes known and gets no instances.
  *  Cost: constant for each instance. */
@@ -445,10 +495,16 @@ Q7_API void Q7DeleteInstance(void* session, uint64_t id)
 extern "C" {
 #endif
 
+/** @} */
+
 /* ---- Typed materials ------------------------------------------------------------------------- */
-/* In all of these, every "/" in a material name becomes "@". Property names are free and differ by
- * case. They become the names of XML elements, with each blank turned into "--" and nothing else
- * changed or escaped: choose names that XML allows. In values "&", "<" and ">" become entities. */
+
+/** @defgroup materials Typed materials
+ *
+ *  In all of these, every "/" in a material name becomes "@". Property names are free and differ by
+ *  case. They become the names of XML elements, with each blank turned into "--" and nothing else
+ *  changed or escaped: choose names that XML allows. In values "&", "<" and ">" become entities.
+ *  @{ */
 
 /** Adds a typed material of type 0 without properties.
  *
@@ -462,8 +518,8 @@ Q7_API void Q7ResetMaterial(void* session, const Q7Char* name);
 
 /** Chooses the base material by its index in the renderer's catalogue.
  *
- *  type: 0 to 9, for Base_9, Base_2, Base_5, Base_11, Base_6, Base_12, Base_13, Base_15, Base_17 and
- *        Base_18. A larger value is stored too, and written as type 0.
+ *  @param type 0 to 9, for Base_9, Base_2, Base_5, Base_11, Base_6, Base_12, Base_13, Base_15,
+ *      Base_17 and Base_18. A larger value is stored too, and written as type 0.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
 Q7_API void Q7SetMaterialType(void* session, const Q7Char* name, uint32_t type);
@@ -501,7 +557,12 @@ Q7_API void Q7RemoveMaterialProperty(void* session, const Q7Char* name, const Q7
  *  reported. */
 Q7_API void Q7SaveMaterialToFile(void* session, const Q7Char* path);
 
+/** @} */
+
 /* ---- Saving ---------------------------------------------------------------------------------- */
+
+/** @defgroup saving Saving
+ *  @{ */
 
 /** Writes the model to a model stream file as it stands, replacing the file: every mesh, used or not,
  *  and every instance, those marked for removal included. The triangles of a node that is still open
@@ -531,38 +592,44 @@ Q7_API void SaveToFile(void* session, const Q7Char* path);
  *  Cost: memory for the merged geometry once. */
 Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path);
 
+/** @} */
+
 /* ---- Archives -------------------------------------------------------------------------------- */
-/* An archive is a zip file that holds:
+
+/** @defgroup archives Archives
  *
- *   1.q7mesh          the model, as Q7SaveRawToFile or Q7SaveProcessedToFile writes it (of
- *                     Q7SaveExtToQ7a instead the host's file, as "1." and its extension)
- *   q7material.xml    the materials, as Q7SaveMaterialToFile writes them: texture paths stay those of
- *                     the host
- *   info.json         "productID", a new one in each archive, and "instanceIdArray", the path, "/" and
- *                     material of each instance (not in those of Q7SaveExtToQ7a)
- *   textures/         with material version 1, a copy of every file that is named by a text property of
- *                     a typed material, whatever the property is called. A text that names no file
- *                     that opens is passed over without a word. Of two files with one name the later
- *                     copy stays.
+ *  An archive is a zip file that holds:
  *
- * It is filled in the folder "__q7_export_temp" beside the archive, which is removed when all went
- * well and stays after a failure: what lies in it then, the next archive beside it holds as well. Two
- * archives beside each other cannot be made at the same time. A failure prints one line on standard
- * error: "create texture dir fail!", "copy texture fail!", "copy file fail!" or "compress file fail!".
+ *  - 1.q7mesh: the model, as Q7SaveRawToFile or Q7SaveProcessedToFile writes it (of Q7SaveExtToQ7a
+ *    instead the host's file, as "1." and its extension)
+ *  - q7material.xml: the materials, as Q7SaveMaterialToFile writes them: texture paths stay those of
+ *    the host
+ *  - info.json: "productID", a new one in each archive, and "instanceIdArray", the path, "/" and
+ *    material of each instance (not in those of Q7SaveExtToQ7a)
+ *  - textures/: with material version 1, a copy of every file that is named by a text property of a
+ *    typed material, whatever the property is called. A text that names no file that opens is passed
+ *    over without a word. Of two files with one name the later copy stays.
  *
- * In paths "\" separates on Windows and "/" elsewhere, so give textures and archives with those: on
- * Windows a texture or external file whose path has "/" is missing from the archive, without a word,
- * and an archive whose path has no "\" is refused. */
+ *  It is filled in the folder "__q7_export_temp" beside the archive, which is removed when all went
+ *  well and stays after a failure: what lies in it then, the next archive beside it holds as well. Two
+ *  archives beside each other cannot be made at the same time. A failure prints one line on standard
+ *  error: "create texture dir fail!", "copy texture fail!", "copy file fail!" or "compress file fail!".
+ *
+ *  In paths a backslash separates on Windows and "/" elsewhere, so give textures and archives with those: on
+ *  Windows a texture or external file whose path has "/" is missing from the archive, without a word,
+ *  and an archive whose path has no backslash is refused.
+ *  @{ */
 
 /** Saves the model as it stands as an archive, replacing the file. The session stays as it is.
  *
- *  path: the archive; folders that are missing above it are made. A name alone, without a folder,
- *        fails, and leaves a folder of that name. The zip library takes paths of 900 bytes of
- *        UTF-8, on Windows of 260 characters: where one in the archive's temporary folder is
- *        longer, the archive fails.
+ *  @param path the archive; folders that are missing above it are made. A name alone, without a
+ *      folder, fails, and leaves a folder of that name. The zip library takes paths of 900 bytes of
+ *      UTF-8, on Windows of 260 characters: where one in the archive's temporary folder is longer,
+ *      the archive fails.
  *
- *  Returns 1 when the archive was made, else 0. On a full disk parts of it, or all, may be missing
- *  although 1 is returned.
+ *  @return 1 when the archive was made, else 0. On a full disk parts of it, or all, may be missing
+ *      although 1 is returned.
+ *
  *  Cost: writes the model twice, and compresses it at the highest level. */
 Q7_API uint8_t Q7SaveRawToQ7a(void* session, const Q7Char* path);
 
@@ -573,14 +640,19 @@ Q7_API uint8_t Q7SaveProcessedToQ7a(void* session, const Q7Char* path);
 /** Saves a file of the host's own with the session's materials as an archive; otherwise as
  *  Q7SaveRawToQ7a does. The session's model plays no part.
  *
- *  externalFile: copied byte by byte. What stands behind the last "." of its name is its extension; a
- *                name without one is its own extension. When the file cannot be opened, its entry is
- *                empty, and the archive is made all the same: "copy file fail!" is for faults of a
- *                stream that hardly ever come.
- *  path:         the archive */
+ *  @param externalFile copied byte by byte. What stands behind the last "." of its name is its
+ *      extension; a name without one is its own extension. When the file cannot be opened, its
+ *      entry is empty, and the archive is made all the same: "copy file fail!" is for faults of a
+ *      stream that hardly ever come.
+ *  @param path the archive */
 Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q7Char* path);
 
+/** @} */
+
 /* ---- Identity and environment ---------------------------------------------------------------- */
+
+/** @defgroup environment Identity and environment
+ *  @{ */
 
 /** Tells the id by which the rendering application knows this user: the first line of the file
  *  "cid.dat" in the folder "q7_launcher" of the user's local application data (elsewhere than on
@@ -588,11 +660,12 @@ Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q
  *  with an id of 32 hexadecimal digits; where it cannot be written, each process gets another one. The
  *  line is taken as it is: from an empty file the id is empty. Needs no session.
  *
- *  buffer: where to store the text and its terminator; not touched when size is too small; may be null
- *  size:   of the buffer in bytes. The text is stored when it is at least what is returned.
+ *  @param buffer where to store the text and its terminator; not touched when size is too small;
+ *      may be null
+ *  @param size of the buffer in bytes. The text is stored when it is at least what is returned.
  *
- *  Returns the id's length plus 1. The id stays the same until the process ends, and any thread may
- *  ask for it, also at first. */
+ *  @return the id's length plus 1. The id stays the same until the process ends, and any thread may
+ *      ask for it, also at first. */
 Q7_API uint32_t Q7GetCid(char* buffer, uint32_t size);
 
 /** Tells the folder of the rendering application's logs, with a separator behind it:
@@ -600,35 +673,44 @@ Q7_API uint32_t Q7GetCid(char* buffer, uint32_t size);
  *  "q7_engine/Saved/Logs/" in the folder that Q7GetCid names). The folder is made when it is
  *  missing, also when the application was never installed. Needs no session.
  *
- *  buffer: where to store the path and its terminator; not touched when size is too small; may be null
- *  size:   of the buffer in characters. The path is stored when it is at least what is returned.
+ *  @param buffer where to store the path and its terminator; not touched when size is too small;
+ *      may be null
+ *  @param size of the buffer in characters. The path is stored when it is at least what is
+ *      returned.
  *
- *  Returns the path's length plus 1; when the folder cannot be made, the path is empty and that is 1. */
+ *  @return the path's length plus 1; when the folder cannot be made, the path is empty and that is
+ *      1. */
 Q7_API uint32_t Q7GetLogDir(Q7Char* buffer, uint32_t size);
 
 /** Tells the size of the renderer's viewport, as its window is on the screen now. Needs no session; one
  *  thread at a time.
  *
- *  Returns the width in pixels in the upper 16 bits and the height in the lower 16 bits (a height above
- *  65535 spills into the width); 0 when there
- *  is no such window, in the first call after it was closed, and always on systems other than
- *  Windows. Once the renderer's main window was seen without its viewport and was then closed, the
- *  size stays unknown for the rest of the process. */
+ *  @return the width in pixels in the upper 16 bits and the height in the lower 16 bits (a height
+ *      above 65535 spills into the width); 0 when there is no such window, in the first call after
+ *      it was closed, and always on systems other than Windows. Once the renderer's main window was
+ *      seen without its viewport and was then closed, the size stays unknown for the rest of the
+ *      process. */
 Q7_API uint32_t Q7RenderWindowSize(void);
 
-/* ---- Scenes, lights and other records --------------------------------------------------------- */
-/* A scene, a light, the camera, the model's metadata and a camera animation are free records: what a
- * property means is a matter between the host and the renderer. The set functions address them by a
- * type and a name:
+/** @} */
+
+/* ---- Scenes, lights and other records -------------------------------------------------------- */
+
+/** @defgroup records Scenes, lights and other records
  *
- *   type 0: the session's camera       the name is not read and may be null
- *   type 1: a light of Q7AddLight
- *   type 2: a scene of Q7AddScene
- *   type 3: the session's metadata     the name is not read and may be null
- *   type 4: a camera animation of Q7AddCameraAnims
+ *  A scene, a light, the camera, the model's metadata and a camera animation are free records: what a
+ *  property means is a matter between the host and the renderer. The set functions address them by a
+ *  type and a name:
  *
- * A property is known by its name, and two names differ by case. Setting one that is there replaces
- * its value and its type. Values cannot be read back. */
+ *  - type 0: the session's camera; the name is not read and may be null
+ *  - type 1: a light of Q7AddLight
+ *  - type 2: a scene of Q7AddScene
+ *  - type 3: the session's metadata; the name is not read and may be null
+ *  - type 4: a camera animation of Q7AddCameraAnims
+ *
+ *  A property is known by its name, and two names differ by case. Setting one that is there replaces
+ *  its value and its type. Values cannot be read back.
+ *  @{ */
 
 /** Adds a scene without properties. A scene that has the name is emptied.
  *
@@ -678,11 +760,11 @@ Q7_API void Q7SetEntityFloatProperty(void* session, uint32_t entityType, const Q
 /** Sets a property to several floats. Messages show one float as a plain number, and leave the
  *  property out when there is none.
  *
- *  values: count floats; null counts as none, whatever the count
+ *  @param values count floats; null counts as none, whatever the count
  *
  *  Nothing happens when the type is unknown, or no record of that type has the name.
- *  Throws std::length_error "vector too long" when there is a record, values are given and count is
- *  negative. */
+ *  @throws std::length_error "vector too long" when there is a record, values are given and count
+ *      is negative. */
 Q7_API void Q7SetEntityFloatArrayProperty(void* session, uint32_t entityType,
                                           const Q7Char* entityName, const Q7Char* property,
                                           const float* values, int count);
@@ -705,22 +787,28 @@ Q7_API void Q7ResetEntityProperty(void* session, uint32_t entityType, const Q7Ch
 Q7_API void Q7DeleteEntityProperty(void* session, uint32_t entityType, const Q7Char* entityName,
                                    const Q7Char* property);
 
-/* ---- Messages --------------------------------------------------------------------------------- */
-/* Each message takes a connection of its own, and goes only when a renderer shows a status other than
- * 0 and no connection for a model is open, of whatever session: one that comes in the meantime is
- * dropped, not queued. No failure is reported. A message waits for the renderer to take it, however
- * long that lasts.
- * It goes to the port that was read last: StartLinkQ7Render reads it, and every connection or send
- * that fails. So the first message of a process that did not call StartLinkQ7Render, and the first one
- * after the renderer moved, are lost. When the renderer publishes no port then, "Port share mem
- * error!" is printed on standard output.
- * docs/formats/link_protocol.md tells the bytes. */
+/** @} */
+
+/* ---- Messages -------------------------------------------------------------------------------- */
+
+/** @defgroup messages Messages
+ *
+ *  Each message takes a connection of its own, and goes only when a renderer shows a status other than
+ *  0 and no connection for a model is open, of whatever session: one that comes in the meantime is
+ *  dropped, not queued. No failure is reported. A message waits for the renderer to take it, however
+ *  long that lasts.
+ *  It goes to the port that was read last: StartLinkQ7Render reads it, and every connection or send
+ *  that fails. So the first message of a process that did not call StartLinkQ7Render, and the first one
+ *  after the renderer moved, are lost. When the renderer publishes no port then, "Port share mem
+ *  error!" is printed on standard output.
+ *  docs/formats/link_protocol.md tells the bytes.
+ *  @{ */
 
 /** Sends the camera in its short form, with the session's model path: that of SetModelFilePath or
  *  SetRelevantModelFilePath, whichever was called last.
  *
- *  transform: 36 bytes, passed on unread; not null
- *  fov:       passed on unread */
+ *  @param transform 36 bytes, passed on unread; not null
+ *  @param fov passed on unread */
 Q7_API void SendCameraTransformFov(void* session, const char* transform, float fov);
 
 /** Sends the properties of the session's camera, and the model's path if one is set. They stay. */
@@ -734,12 +822,12 @@ Q7_API void Q7SendMetaData(void* session);
  *  announces beyond that becomes zeros that count towards its length. One that announces more than
  *  64 MiB is no answer.
  *
- *  buffer: room for the text and its terminator, or null
- *  size:   what buffer holds, in units of Q7Char
+ *  @param buffer room for the text and its terminator, or null
+ *  @param size what buffer holds, in units of Q7Char
  *
- *  Returns the text's length plus one; the text is stored only when size is at least that. Without an
- *  answer, also of a renderer that cannot be reached, the text is empty. Returns 0xFFFFFFFF when no
- *  message may go. */
+ *  @return the text's length plus one; the text is stored only when size is at least that. Without
+ *      an answer, also of a renderer that cannot be reached, the text is empty. Returns 0xFFFFFFFF
+ *      when no message may go. */
 Q7_API uint32_t Q7GetMetaData(void* session, Q7Char* buffer, uint32_t size);
 
 /** Sends all scenes of Q7AddScene with the model's path. They stay. */
@@ -751,14 +839,26 @@ Q7_API void Q7SendLights(void* session);
 /** Sends the records of AddScene in the order of adding, and drops them, also when the send fails. They
  *  stay when no message may go.
  *
- *  text: passed on unread. When it is empty the connection is opened and closed, nothing is sent, and
- *        the records stay. */
+ *  @param text passed on unread. When it is empty the connection is opened and closed, nothing is
+ *      sent, and the records stay. */
 Q7_API void SendScenes(void* session, const Q7Char* text);
 
 /** Sends two texts about the lights, passed on unread. */
 Q7_API void SendLightsDataXml(void* session, const Q7Char* first, const Q7Char* second);
 
+/** @} */
+
 /* ---- Animation records ----------------------------------------------------------------------- */
+
+/** @defgroup animations Animation records
+ *
+ *  A camera animation is a record of type 4 with key frames in the order of adding. Its own
+ *  properties are set through Q7SetEntityIntProperty and its siblings. Key frames are addressed by
+ *  their index, from 0. The library passes the points of curves on unread: what several points of
+ *  one property are, and whether tangents are absolute, is a matter between the host and the
+ *  renderer. In all functions with a type only 4 is known, and with another nothing happens, as
+ *  with a name that no camera animation has.
+ *  @{ */
 
 #ifdef __cplusplus
 } /* extern "C" */
@@ -771,6 +871,7 @@ struct Q7AnimProperty final {
     double RT; /**< time of the right tangent */
     double RV; /**< value of the right tangent */
 
+    /** Copies a point. */
     Q7AnimProperty(const Q7AnimProperty&) = default;
 #if defined(__MINGW32__)
     /* The exports follow MSVC's convention for members, which this compiler does not call. */
@@ -779,8 +880,11 @@ struct Q7AnimProperty final {
     Q7AnimProperty& operator=(const Q7AnimProperty& other) = default;
     Q7AnimProperty& operator=(Q7AnimProperty&& other) = default;
 #else
+    /** Makes a point of its five values, in the order of the members. */
     Q7_API Q7AnimProperty(double v, double lt, double lv, double rt, double rv);
+    /** Copies all five values. */
     Q7_API Q7AnimProperty& operator=(const Q7AnimProperty& other);
+    /** Copies all five values. */
     Q7_API Q7AnimProperty& operator=(Q7AnimProperty&& other) noexcept;
 #endif
 };
@@ -791,12 +895,6 @@ typedef struct Q7AnimProperty {
     double V, LT, LV, RT, RV;
 } Q7AnimProperty;
 #endif
-
-/* A camera animation is a record of type 4 with key frames in the order of adding. Its own properties
- * are set through Q7SetEntityIntProperty and its siblings. Key frames are addressed by their index,
- * from 0. The library passes the points of curves on unread: what several points of one property are,
- * and whether tangents are absolute, is a matter between the host and the renderer. In all functions with a type only 4 is known, and with another nothing happens, as with a
- * name that no camera animation has. */
 
 /** Adds a camera animation without key frames, whose text property "Name" is its name. One that has
  *  the name is replaced.
@@ -818,15 +916,16 @@ Q7_API void Q7SendCameraAnims(void* session);
 
 /** Adds a key frame without properties, also when one of that time exists.
  *
- *  time: in the unit that host and renderer agree on
+ *  @param time in the unit that host and renderer agree on
  *
- *  Returns the key frame's index, or -1 when there is no such camera animation. */
+ *  @return the key frame's index, or -1 when there is no such camera animation. */
 Q7_API int32_t Q7AddAnimEntityFrame(void* session, int32_t type, const Q7Char* name, double time);
 
 /** Finds a key frame by its time.
  *
- *  Returns the index of the first whose time differs from this one by less than 2.220446049250313e-16,
- *  or -1.
+ *  @return the index of the first whose time differs from this one by less than
+ *      2.220446049250313e-16, or -1.
+ *
  *  Cost: grows with the number of key frames. */
 Q7_API int32_t Q7FindAnimEntityFrame(void* session, int32_t type, const Q7Char* name, double time);
 
@@ -839,7 +938,7 @@ Q7_API void Q7ClearAnimEntityFrames(void* session, int32_t type, const Q7Char* n
 
 /** Sets a property of a key frame to one point of a curve, replacing what it held.
  *
- *  value: null leaves the property without points
+ *  @param value null leaves the property without points
  *
  *  Nothing happens when there is no such key frame. */
 Q7_API void Q7SetAnimProperty(void* session, int32_t type, const Q7Char* name,
@@ -848,11 +947,11 @@ Q7_API void Q7SetAnimProperty(void* session, int32_t type, const Q7Char* name,
 /** Sets a property of a key frame to several points of curves, replacing what it held. Messages leave
  *  a property without points out.
  *
- *  values: count points; null counts as none, whatever the count
+ *  @param values count points; null counts as none, whatever the count
  *
  *  Nothing happens when there is no such key frame.
- *  Throws std::length_error "vector too long" when there is a key frame, values are given and count is
- *  negative. */
+ *  @throws std::length_error "vector too long" when there is a key frame, values are given and
+ *      count is negative. */
 Q7_API void Q7SetAnimArrayProperty(void* session, int32_t type, const Q7Char* name,
                                    const Q7Char* property, int32_t frame,
                                    const Q7AnimProperty* values, int count);
@@ -871,6 +970,8 @@ Q7_API void Q7ResetAllAnimProperty(void* session, int32_t type, const Q7Char* na
 /** Removes a property of all key frames. */
 Q7_API void Q7DeleteAllAnimProperty(void* session, int32_t type, const Q7Char* name,
                                     const Q7Char* property);
+
+/** @} */
 
 #ifdef __cplusplus
 } /* extern "C" */

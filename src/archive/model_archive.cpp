@@ -1,17 +1,17 @@
 #include "archive/model_archive.h"
 
 #include <cstdio>
-#include <nlohmann/json.hpp>
 #include <string>
 
 #include "archive/archive_folder.h"
 #include "env/guid_text.h"
 #include "platform/files.h"
+#include "support/json.h"
 
 namespace {
 
 std::string infoJson(const Model& model) {
-    nlohmann::json info;
+    Json info;
     info["productID"] = newGuidText();
     for (const auto& instance : model.instances) {
         info["instanceIdArray"].push_back(

@@ -1,7 +1,6 @@
 #include "entities/entity.h"
 
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "support/hash.h"
 
@@ -23,17 +22,17 @@ std::size_t elementSize(PropertyType type) {
 }
 
 template <class Number, class Written>
-nlohmann::json numbersToJson(const EntityProperty& property) {
+Json numbersToJson(const EntityProperty& property) {
     const std::vector<Number> numbers = property.elements<Number>();
     if (numbers.size() == 1) return static_cast<Written>(numbers.front());
-    nlohmann::json array = nlohmann::json::array();
+    Json array = Json::array();
     for (const Number number : numbers)
         array.push_back(static_cast<Written>(number));
     return array;
 }
 
 // Writes nothing for a property that has no value to show.
-void writeProperty(nlohmann::json& object, const EntityProperty& property) {
+void writeProperty(Json& object, const EntityProperty& property) {
     if (property.type != PropertyType::Text && property.elementCount() == 0) return;
     const std::string key = wideToUtf8(property.name);
     switch (property.type) {
@@ -112,8 +111,8 @@ void Q7Entity::clear() {
     properties.clear();
 }
 
-nlohmann::json Q7Entity::toJson() const {
-    nlohmann::json object;
+Json Q7Entity::toJson() const {
+    Json object;
     for (const auto& [key, property] : properties)
         writeProperty(object, property);
     if (!modelFilePath.empty()) object["model_file_path"] = wideToUtf8(modelFilePath);

@@ -4,11 +4,11 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <nlohmann/json_fwd.hpp>
 #include <span>
 #include <vector>
 
 #include "support/hash_map.h"
+#include "support/json.h"
 #include "support/text.h"
 
 enum class PropertyType : std::uint32_t { None = 0, Int = 1, Float = 2, Double = 3, Text = 4 };
@@ -45,5 +45,5 @@ class Q7Entity {
 
     // One member per property that has a value; one element is a plain value, more are an array.
     // Null when there is nothing to write.
-    nlohmann::json toJson() const;
+    Json toJson() const;
 };

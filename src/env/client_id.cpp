@@ -1,6 +1,8 @@
 #include "env/client_id.h"
 
+#include <filesystem>
 #include <fstream>
+#include <system_error>
 
 #include "env/directories.h"
 #include "env/file_utilities.h"
@@ -13,8 +15,21 @@ namespace {
 std::string firstLine(const WideString& path) {
     std::ifstream file(platform::nativePath(path));
     std::string line;
+    // Only so does a lack of memory reach the caller, and not an id that is cut short.
+    file.exceptions(std::ios::badbit);
     std::getline(file, line);
     return line;
+}
+
+// A file that could not be written to its end goes again: what is in it would be the id from then on.
+void store(const std::string& id, const WideString& path) {
+    const std::filesystem::path file = platform::nativePath(path);
+    std::ofstream stream(file);
+    if (!stream) return;
+    stream << id;
+    stream.close();
+    std::error_code ignored;
+    if (!stream) std::filesystem::remove(file, ignored);
 }
 
 }  // namespace
@@ -24,7 +39,7 @@ std::string loadClientId(const WideString& folder, std::string (*newId)()) {
     if (platform::fileCanBeOpened(path)) return firstLine(path);
     std::string id = newId();
     if (!platform::isFolder(folder)) createDirectories(folder);
-    std::ofstream(platform::nativePath(path)) << id;
+    store(id, path);
     return id;
 }
 

@@ -7,7 +7,7 @@
 #include "support/text.h"
 
 // The first line of the folder's "cid.dat", whatever it is. When that file cannot be read, a new id,
-// which is written there if that is possible.
+// which is written there if that is possible; of an id that does not fit onto the disk no file stays.
 // newId: what makes the new one
 std::string loadClientId(const WideString& folder, std::string (*newId)() = newGuidText);
 

@@ -1,7 +1,7 @@
 #include "link/link_state.h"
 
+#include <array>
 #include <cstddef>
-#include <cstring>
 #include <span>
 
 #include "platform/shared_memory.h"
@@ -10,21 +10,19 @@
 namespace {
 
 using Word = std::uint16_t;
-using Block = std::span<std::byte>;
 
 // A block may be too short to hold the word.
-Word wordAt(Block block, std::size_t index) {
-    Word word = 0;
-    if (block.size() >= (index + 1) * sizeof(Word)) {
-        std::memcpy(&word, block.data() + index * sizeof(Word), sizeof(Word));
+Word wordAt(const platform::OpenedBlock& block, std::size_t index) {
+    std::array<Word, 1> word = {};
+    if (block.read(index * sizeof(Word), std::as_writable_bytes(std::span(word))) < sizeof(Word)) {
+        return 0;
     }
-    return word;
+    return word[0];
 }
 
-void clearWordAt(Block block, std::size_t index) {
-    if (block.size() >= (index + 1) * sizeof(Word)) {
-        std::memset(block.data() + index * sizeof(Word), 0, sizeof(Word));
-    }
+void clearWordAt(const platform::OpenedBlock& block, std::size_t index) {
+    constexpr std::array<Word, 1> zero = {};
+    block.write(index * sizeof(Word), std::as_bytes(std::span(zero)));
 }
 
 }  // namespace
@@ -37,9 +35,9 @@ bool LinkState::readStatus(bool clearFlag) {
         status = RenderStatus::notAvailable;
         return false;
     }
-    status = wordAt(block->view(), 0);
-    linkFlag = wordAt(block->view(), 1);
-    if (clearFlag) clearWordAt(block->view(), 1);
+    status = wordAt(*block, 0);
+    linkFlag = wordAt(*block, 1);
+    if (clearFlag) clearWordAt(*block, 1);
     return true;
 }
 
@@ -49,7 +47,7 @@ bool LinkState::readPort() {
         printLine("Port share mem error!");
         return false;
     }
-    port = wordAt(block->view(), 0);
+    port = wordAt(*block, 0);
     return true;
 }
 

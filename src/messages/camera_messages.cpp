@@ -1,7 +1,5 @@
 #include "messages/camera_messages.h"
 
-#include <nlohmann/json.hpp>
-
 #include "messages/message.h"
 
 namespace {

@@ -1,7 +1,5 @@
 #include "messages/message.h"
 
-#include <nlohmann/json.hpp>
-
 std::optional<Message> Message::open() {
     if (!SendGate(renderSocket())) return std::nullopt;
     return Message();
@@ -27,7 +25,7 @@ void Message::sendString(WideView text) {
     SendString(renderSocket(), text);
 }
 
-void Message::sendJson(const nlohmann::json& value) {
+void Message::sendJson(const Json& value) {
     sendString(utf8ToWide(value.dump()));
 }
 

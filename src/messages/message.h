@@ -1,10 +1,10 @@
 // One message to the renderer on a connection of its own.
 #pragma once
 
-#include <nlohmann/json_fwd.hpp>
 #include <optional>
 
 #include "link/render_socket.h"
+#include "support/json.h"
 #include "support/text.h"
 
 // Open from its making to its end. No failure of the link is reported: what cannot be sent goes
@@ -23,7 +23,7 @@ class Message {
     void sendBytes(const void* data, std::size_t size);
     void sendString(WideView text);
     // The value's text, with neither white space nor line ends.
-    void sendJson(const nlohmann::json& value);
+    void sendJson(const Json& value);
     // Empty when no answer came.
     WideString receiveString();
 

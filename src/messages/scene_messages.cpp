@@ -1,38 +1,40 @@
 #include "messages/scene_messages.h"
 
-#include <nlohmann/json.hpp>
-
 #include "messages/message.h"
 
 namespace {
 
 // Leaves the key out when the store is empty.
-void writeEntities(nlohmann::json& object, const char* key, const EntityStore& store) {
+void writeEntities(Json& object, const char* key, const EntityStore& store) {
     for (const auto& [name, entity] : store)
         object[key].push_back(entity->toJson());
 }
 
-nlohmann::json scenesToJson(const SessionCore& core) {
-    nlohmann::json object;
+Json scenesToJson(const SessionCore& core) {
+    Json object;
     writeEntities(object, "scenes", core.scenes);
     object["model_file_path"] = wideToUtf8(core.modelFilePath);
     return object;
 }
 
-nlohmann::json lightsToJson(const SessionCore& core) {
-    nlohmann::json object;
+Json lightsToJson(const SessionCore& core) {
+    Json object;
     writeEntities(object, "lights", core.lights);
-    for (const auto& [id, name] : core.pathElementNames)
-        object["groups"].push_back({{"id", wideToUtf8(id)}, {"name", wideToUtf8(name)}});
+    for (const auto& [id, name] : core.pathElementNames) {
+        Json group;
+        group["id"] = wideToUtf8(id);
+        group["name"] = wideToUtf8(name);
+        object["groups"].push_back(std::move(group));
+    }
     object["model_file_path"] = wideToUtf8(core.modelFilePath);
     return object;
 }
 
-nlohmann::json cameraAnimationsToJson(const SessionCore& core) {
-    nlohmann::json object;
-    nlohmann::json& animations = object["CameraAnimations"] = nlohmann::json::array();
+Json cameraAnimationsToJson(const SessionCore& core) {
+    Json object;
+    Json& animations = object["CameraAnimations"] = Json::array();
     for (const auto& [name, animation] : core.cameraAnims) {
-        nlohmann::json value;
+        Json value;
         animations.push_back(std::move(animation->toJson(value)));
     }
     return object;

@@ -2,6 +2,9 @@
 // 260 characters.
 #pragma once
 
+#include <cstddef>
+#include <optional>
+
 #include "support/text.h"
 
 namespace platform {
@@ -22,5 +25,9 @@ FolderCreation createFolder(const WideString& path);
 // Removes the folder and all that is in it, without asking anybody; links go, what they point to stays.
 // False when there was nothing, or when something stays.
 bool removeFolderTree(const WideString& path);
+
+// How many bytes of UTF-8 the longest of the paths has: the folder's own and, on all levels below, those of
+// what is in it. Links are not followed. Nothing when one of the folders cannot be read.
+std::optional<std::size_t> longestPathIn(const WideString& folder);
 
 }  // namespace platform

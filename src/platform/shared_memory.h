@@ -26,8 +26,14 @@ class OpenedBlock {
     OpenedBlock& operator=(OpenedBlock&&) noexcept;
     ~OpenedBlock();
 
-    // Not to be written to when opened read-only.
+    // Not to be written to when opened read-only. On POSIX a process that touches bytes of it which
+    // the block's owner has cut off meanwhile is ended by the system.
     std::span<std::byte> view() const;
+
+    // Copies of the bytes from there on, and how many there were, and the other way round. Whatever the
+    // block's owner does, the process goes on.
+    std::size_t read(std::size_t offset, std::span<std::byte> into) const;
+    void write(std::size_t offset, std::span<const std::byte> bytes) const;
 
   private:
     struct Mapping;
@@ -48,8 +54,9 @@ class CreatedBlock {
     ~CreatedBlock();
 
     bool alreadyExisted() const;
-    // As many bytes as can be written, which for a block that was there already may be fewer or more
-    // than asked for; empty when the block could not be made or mapped.
+    // As many bytes as can be written now: for a block that was there already maybe fewer than asked
+    // for, or on Windows more; fewer also when another process has cut the block since. Empty when the
+    // block could not be made or mapped.
     std::span<std::byte> view() const;
 
   private:

@@ -4,6 +4,8 @@
 // would give other bytes on each of them. Entries stay where they are until they are erased.
 #pragma once
 
+#include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
@@ -73,9 +75,8 @@ class HashMap {
 
     // The value under the key. Throws std::out_of_range "invalid unordered_map<K, T> key".
     Value& at(Lookup key) {
-        Value* const value = find(key);
-        if (!value) throwInvalidKey();
-        return *value;
+        if (Value* const value = find(key)) return *value;
+        throwInvalidKey();
     }
 
     // The value under the key, made from the arguments at the end of the order if there is none,
@@ -129,6 +130,18 @@ class HashMap {
         std::swap(size_, other.size_);
     }
 
+    // The most entries that share a bucket: how long a search may take.
+    std::size_t longestBucket() const {
+        std::size_t longest = 0;
+        for (const Node* bucket : buckets_) {
+            std::size_t length = 0;
+            for (const Node* node = bucket; node; node = node->nextInBucket)
+                ++length;
+            longest = std::max(longest, length);
+        }
+        return longest;
+    }
+
   private:
     static constexpr std::size_t startBuckets = 8;
 
@@ -146,8 +159,13 @@ class HashMap {
         Node* after = nullptr;
     };
 
-    // The number of buckets is always a power of two.
-    Node*& bucketOf(std::uint64_t hash) { return buckets_[hash & (buckets_.size() - 1)]; }
+    // The number of buckets is always a power of two. The low bits of a hash come from the low bits of
+    // the text alone, so that names alike in them are quickly made; the high bits of the product
+    // depend on all.
+    Node*& bucketOf(std::uint64_t hash) {
+        const int bits = std::countr_zero(buckets_.size());
+        return buckets_[(hash * 0x9E3779B97F4A7C15U) >> (64 - bits)];
+    }
 
     Node* findNode(const Lookup& key, std::uint64_t hash) const {
         if (buckets_.empty()) return nullptr;

@@ -86,11 +86,11 @@ void acknowledge() {
 // One exchange: every step starts at the block's base again.
 class Exchange {
   public:
-    explicit Exchange(std::span<std::byte> block) : block_(block) {}
+    explicit Exchange(const BlockView& block) : block_(block) {}
 
     // A writer from the base on.
     ByteWriter fromBase() {
-        cursor_ = block_;
+        cursor_ = block_();
         return Q7Sync::toShareMem(cursor_);
     }
 
@@ -110,7 +110,7 @@ class Exchange {
     }
 
   private:
-    std::span<std::byte> block_;
+    const BlockView& block_;
     std::span<std::byte> cursor_;
 };
 
@@ -170,14 +170,14 @@ std::uint32_t modelBlockSize(const Model& model) {
         std::max({materialBytes(model), instanceBytes(model), longestArrayBytes(model), paths}));
 }
 
-void sendModelRaw(const Model& model, const StreamSettings& settings, std::span<std::byte> block) {
+void sendModelRaw(const Model& model, const StreamSettings& settings, const BlockView& block) {
     Exchange exchange(block);
     sendModel(exchange, model, settings);
     acknowledge();
 }
 
 void sendModelWithPaths(const Model& model, const StreamSettings& settings,
-                        std::span<std::byte> block) {
+                        const BlockView& block) {
     Exchange exchange(block);
     sendModel(exchange, model, settings);
     Q7Sync::writeWideString(instancePathsJson(model), exchange.fromBase());
@@ -196,5 +196,5 @@ void sendThroughBlock(const Model& model, const StreamSettings& settings, LinkFo
         block.reset();
         block.emplace(platform::CreatedBlock::create(modelBlockName, size));
     }
-    form(model, settings, block->view());
+    form(model, settings, [&block] { return block->view(); });
 }

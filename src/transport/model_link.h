@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <span>
 
 #include "model/model.h"
@@ -18,13 +19,15 @@ WideString instancePathsJson(const Model& model);
 // The bytes of the largest thing that goes through the block at once, cut to 32 bits.
 std::uint32_t modelBlockSize(const Model& model);
 
+// The bytes that the block has now: another process may cut it between two steps.
+using BlockView = std::function<std::span<std::byte>()>;
+
 // The two exchanges, on the process's connection. Whatever the block does not hold is not written; a
 // broken connection does not end them.
 using LinkForm = void (*)(const Model& model, const StreamSettings& settings,
-                          std::span<std::byte> block);
-void sendModelRaw(const Model& model, const StreamSettings& settings, std::span<std::byte> block);
-void sendModelWithPaths(const Model& model, const StreamSettings& settings,
-                        std::span<std::byte> block);
+                          const BlockView& block);
+void sendModelRaw(const Model& model, const StreamSettings& settings, const BlockView& block);
+void sendModelWithPaths(const Model& model, const StreamSettings& settings, const BlockView& block);
 
 // Makes the block, runs the exchange and closes the block, also when the exchange throws. Nothing
 // happens for a model without instances.

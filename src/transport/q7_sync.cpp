@@ -3,11 +3,11 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <nlohmann/json.hpp>
 
 #include "geometry/q7_model_utils.h"
 #include "link/render_socket.h"
 #include "platform/files.h"
+#include "support/json.h"
 #include "transport/frames.h"
 
 static_assert(std::endian::native == std::endian::little,
@@ -100,7 +100,7 @@ WideString Q7Sync::headerJson(const Model& model, const StreamSettings& settings
     for (const auto& instance : model.instances)
         triangles += instance->mesh->indices.size() / 3;
     const std::uint32_t writtenVersion = settings.materialVersion + 1;
-    nlohmann::json header;
+    Json header;
     header["dccPluginInfo"] = wideToUtf8(settings.dccPluginInfo);
     header["materialVersion"] = writtenVersion;
     header["textureFolder"] = wideToUtf8(model.textureFolder);

@@ -71,7 +71,7 @@ class LayersTest(unittest.TestCase):
 
     def test_tool_that_reaches_into_the_library(self):
         self.write("tools/send/sender.h", '"model/model.h"', '"inspect/report.h"')
-        places = "only common, platform, send, support and q7plugin.h may be included here"
+        places = "only common, platform, preview, send, support and q7plugin.h may be included here"
         self.check(
             f'tools/send/sender.h:1: "model/model.h": {places}',
             f'tools/send/sender.h:2: "inspect/report.h": {places}',

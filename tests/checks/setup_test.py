@@ -89,6 +89,13 @@ class SetupTest(ScriptTest):
         self.assertIn("wine64", wanted)
         self.assertFalse(set(wanted) & set(packages_of("linux")))
 
+    def test_hosts_need_their_applications(self):
+        self.installed("git")
+        self.assertEqual(self.run_script("setup.sh", "--host").returncode, 0)
+        wanted = set(self.wanted())
+        self.assertLessEqual({"g++", "blender", "python3-numpy", *packages_of("host")}, wanted)
+        self.assertFalse(wanted & set(packages_of("windows")))
+
     def test_benchmarks_need_what_they_compare_with(self):
         self.installed("git")
         self.assertEqual(self.run_script("setup.sh", "--bench").returncode, 0)

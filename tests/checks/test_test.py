@@ -60,6 +60,35 @@ class TestScriptTest(ScriptTest):
         self.assertIn("setup.sh --linux", self.calls())
         self.assertFalse([call for call in self.calls() if call.startswith("wine.sh")])
 
+    def test_hosts_need_one_build_and_run_their_own_tests_alone(self):
+        result = self.run_script("test.sh", "--host")
+        self.assertEqual(result.returncode, 0, result.stdout)
+        self.assertEqual(self.last_line(result), "1 passed, 0 failed")
+        self.assertIn("setup.sh --host", self.calls())
+        self.assertIn(f"reports: xml:{self.top}/build/test-results/host/gtest/", result.stdout)
+        builds = [call for call in self.calls() if call.startswith("cmake --build")]
+        self.assertEqual(
+            builds,
+            ["cmake --build --preset linux-release --target Q7Plugin q7-standin q7-inspect"],
+        )
+        runs = [call for call in self.calls() if call.startswith("ctest")]
+        self.assertEqual(len(runs), 2)
+        for call in runs:
+            self.assertIn(
+                "--preset linux-release --build-config host --tests-regex ^host_", call
+            )
+
+    def test_hosts_are_no_part_of_the_other_runs(self):
+        for options in ((), ("--linux",)):
+            self.run_script("test.sh", *options)
+        self.assertFalse([call for call in self.calls() if "host" in call])
+
+    def test_failing_host(self):
+        self.ctest(failing="linux-release")
+        result = self.run_script("test.sh", "--host")
+        self.assertEqual(result.returncode, 1)
+        self.assertEqual(self.last_line(result), "0 passed, 1 failed")
+
     def test_failing_test(self):
         self.ctest(failing="linux-asan")
         result = self.run_script("test.sh")

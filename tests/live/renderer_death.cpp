@@ -27,12 +27,6 @@ ConnectRet connectGroup(void* session) {
     return Q7GroupSyncConnect(session);
 }
 
-// Takes away what a renderer that died has left.
-void removeLeftBlocks() {
-    for (const WideView name : {testStatusBlock, testPortBlock})
-        platform::CreatedBlock::create(name, 4);
-}
-
 // A model for which a send has much to undo: generated instances, and one with a mesh of its own.
 void describe(const Host& host) {
     const Triangle t;

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-
 #include "link/link_state.h"
 #include "tests/fake_renderer.h"
 
@@ -56,7 +54,10 @@ TEST_F(OneMessage, ClosesOnlyAtTheEndOfTheOneItWasMovedTo) {
 }
 
 TEST_F(OneMessage, JsonIsOneLineOfUtf16) {
-    const nlohmann::json value = {{"b", {1, 0.5}}, {"a", "\u00E9"}};
+    Json value;
+    value["b"].push_back(1);
+    value["b"].push_back(0.5);
+    value["a"] = std::string("\u00E9");
     Message::open()->sendJson(value);
     renderer.finish();
     const std::string text = R"({"a":"?","b":[1,0.5]})";

@@ -21,6 +21,17 @@ WideString wide(const fs::path& path) {
 
 constexpr char16_t separator = static_cast<char16_t>(fs::path::preferred_separator);
 
+// The folder with all that are missing above it.
+bool createAll(const WideString& path) {
+    for (std::size_t end = path.find(separator, 1);; end = path.find(separator, end + 1)) {
+        const WideString folder = path.substr(0, end);
+        if (!platform::isFolder(folder) &&
+            platform::createFolder(folder) != FolderCreation::Created)
+            return false;
+        if (end == WideString::npos) return true;
+    }
+}
+
 }  // namespace
 
 TEST(LocalAppDataFolder, IsTheUsersWithoutASeparatorBehindIt) {
@@ -151,10 +162,7 @@ TEST(Folders, MayHavePathsOfAnyLength) {
     const TemporaryFolder folder;
     const WideString deepest = pathOfLength(folder.path(), 400);
     const std::size_t start = wide(folder.path()).size();
-    for (std::size_t end = start + 1; end != WideString::npos;) {
-        end = deepest.find(separator, end + 1);
-        ASSERT_EQ(platform::createFolder(deepest.substr(0, end)), FolderCreation::Created) << end;
-    }
+    ASSERT_TRUE(createAll(deepest));
     EXPECT_TRUE(platform::isFolder(deepest));
     EXPECT_EQ(platform::createFolder(deepest), FolderCreation::AlreadyExists);
     const WideString file = deepest + separator + u"file";
@@ -170,3 +178,42 @@ TEST(Folders, MayHavePathsOfAnyLength) {
     EXPECT_TRUE(platform::removeFolderTree(first));
     EXPECT_FALSE(platform::isFolder(first));
 }
+
+TEST(LongestPathIn, CountsTheBytesOfAllLevels) {
+    const TemporaryFolder folder;
+    const auto longest = [&](const fs::path& path) {
+        return platform::longestPathIn(wide(path)).value_or(0) - wideToUtf8(wide(path)).size();
+    };
+    EXPECT_EQ(longest(folder.path()), 0U);
+    std::ofstream(folder / "file") << "x";
+    EXPECT_EQ(longest(folder.path()), 5U);
+    fs::create_directories(folder / "a" / "bc" / "d");
+    EXPECT_EQ(longest(folder.path()), 7U);
+    std::ofstream(folder / "a" / fs::path(u"\u00E9\u4E2D\U0001F600")) << "x";
+    EXPECT_EQ(longest(folder.path()), 12U);
+    EXPECT_EQ(longest(folder / "a"), 10U);
+    const WideString deep = pathOfLength(folder.path(), 700);
+    EXPECT_TRUE(createAll(deep));
+    EXPECT_EQ(platform::longestPathIn(wide(folder.path())), 700U);
+    EXPECT_EQ(platform::longestPathIn(deep), 700U);
+}
+
+TEST(LongestPathIn, IsNothingForWhatIsNoFolder) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "file") << "x";
+    EXPECT_EQ(platform::longestPathIn(wide(folder / "file")), std::nullopt);
+    EXPECT_EQ(platform::longestPathIn(wide(folder / "missing")), std::nullopt);
+    EXPECT_EQ(platform::longestPathIn(u""), std::nullopt);
+}
+
+#if !defined(_WIN32)
+
+TEST(LongestPathIn, FollowsNoLink) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder / "inner");
+    fs::create_directory_symlink(folder.path(), folder / "inner" / "loop");
+    const std::size_t length = wideToUtf8(wide(folder.path())).size();
+    EXPECT_EQ(platform::longestPathIn(wide(folder.path())), length + 11);
+}
+
+#endif

@@ -7,6 +7,8 @@
 #include <random>
 #include <stdexcept>
 #include <string>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -20,7 +22,44 @@ std::vector<WideString> keysOf(const Table& table) {
     return keys;
 }
 
+// Names whose hashes have the same low bits: each of their parts is one of two that lead from the same
+// low bits to the same low bits.
+std::vector<WideString> namesWithTheSameLowBits(std::size_t parts) {
+    constexpr std::uint64_t lowBits = (1U << 24U) - 1;
+    std::vector<WideString> names = {u""};
+    for (std::size_t part = 0; part < parts; ++part) {
+        std::map<std::uint64_t, WideString> seen;
+        WideString one;
+        WideString other;
+        for (std::uint32_t i = 1; one.empty(); ++i) {
+            // Any texts that differ in more than 24 bits.
+            const WideString tried = {static_cast<char16_t>(i),
+                                      static_cast<char16_t>((i * 2654435761U) >> 16U)};
+            const auto [at, added] = seen.emplace(hashKey(names.front() + tried) & lowBits, tried);
+            if (!added) std::tie(one, other) = std::tie(at->second, tried);
+        }
+        std::vector<WideString> longer;
+        for (const WideString& name : names) {
+            longer.push_back(name + one);
+            longer.push_back(name + other);
+        }
+        names = std::move(longer);
+    }
+    return names;
+}
+
 }  // namespace
+
+TEST(HashMap, AMillionNamesWithTheSameLowBitsAreSpread) {
+    const std::vector<WideString> names = namesWithTheSameLowBits(20);
+    ASSERT_EQ(names.size(), 1U << 20U);
+    EXPECT_EQ(hashKey(names.front()) & 0xFFFFFFU, hashKey(names.back()) & 0xFFFFFFU);
+    Table table;
+    for (const WideString& name : names)
+        table.tryEmplace(name, 1);
+    EXPECT_EQ(table.size(), names.size());
+    EXPECT_LT(table.longestBucket(), 20U);
+}
 
 TEST(HashMap, FindsWhatWasAddedAndNothingElse) {
     Table table;

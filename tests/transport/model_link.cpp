@@ -173,8 +173,8 @@ TEST(ModelLink, TheBlockIsGoneAfterTheSend) {
 }
 
 TEST(ModelLink, TheBlockIsClosedWhenTheExchangeThrows) {
-    const LinkForm throws = [](const Model&, const StreamSettings&, std::span<std::byte> block) {
-        EXPECT_GE(block.size(), 300U);
+    const LinkForm throws = [](const Model&, const StreamSettings&, const BlockView& block) {
+        EXPECT_GE(block().size(), 300U);
         throw std::runtime_error("stop");
     };
     EXPECT_THROW(sendThroughBlock(smallModel(), {}, throws), std::runtime_error);
@@ -198,12 +198,12 @@ TEST(ModelLink, ABlockThatIsHeldIsUsedAsFarAsItGoes) {
     const auto held = platform::CreatedBlock::create(testModelBlock, 16);
     heldSize = held.view().size();
     const LinkForm form = [](const Model& model, const StreamSettings& settings,
-                             std::span<std::byte> block) {
+                             const BlockView& block) {
 #if defined(_WIN32)
-        EXPECT_EQ(block.size(), heldSize);
+        EXPECT_EQ(block().size(), heldSize);
 #else
         // Here the name is free again once the first one was let go.
-        EXPECT_GT(block.size(), heldSize);
+        EXPECT_GT(block().size(), heldSize);
 #endif
         sendModelRaw(model, settings, block);
     };
@@ -218,7 +218,7 @@ TEST(ModelLink, ALongRunningListGoesIntoTheBlockPieceBehindPiece) {
     // The second block ends within the list's second piece.
     for (const std::size_t indices : {5000U, 3000U}) {
         std::vector<std::byte> block(4 * indices);
-        sendModelRaw(model, {}, block);
+        sendModelRaw(model, {}, [&] { return std::span(block); });
         for (std::size_t i = 0; i < indices; ++i) {
             std::int32_t index = 0;
             std::memcpy(&index, &block[4 * i], 4);
@@ -247,14 +247,15 @@ TEST(ModelLink, InstancesThatChangeBetweenMaterialsKeepTheirNames) {
 TEST(ModelLink, OnABrokenLinkTheBlockIsFilledAllTheSame) {
     Model model = smallModel();
     std::vector<std::byte> block(modelBlockSize(model));
-    sendModelRaw(model, {}, block);
+    const BlockView view = [&] { return std::span(block); };
+    sendModelRaw(model, {}, view);
     // The last array goes to the base: the indices of the last mesh in use.
     EXPECT_EQ(model.meshAt(u"a")->indices, (IndexList{0, 1, 2}));
     const Array<std::int32_t> indices = {0, 1, 2};
     EXPECT_EQ(std::memcmp(block.data(), indices.data(), indices.size() * 4), 0);
     // An empty array leaves what the block held.
     model.meshAt(u"a")->indices = {};
-    sendModelRaw(model, {}, block);
+    sendModelRaw(model, {}, view);
     const Array<float>& uvs = model.meshAt(u"a")->uvs;
     EXPECT_EQ(std::memcmp(block.data(), uvs.data(), uvs.size() * 4), 0);
 }
@@ -281,7 +282,7 @@ TEST(ModelLink, WithoutABlockTheExchangeRunsAllTheSame) {
         EXPECT_TRUE(peer.atEnd());
     }});
     SocketConnect(renderSocket(), renderer.port());
-    sendModelRaw(smallModel(), {}, {});
+    sendModelRaw(smallModel(), {}, [] { return std::span<std::byte>(); });
     CloseLink(renderSocket());
     renderer.finish();
 }

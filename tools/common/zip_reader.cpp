@@ -549,8 +549,11 @@ const ZipEntry* ZipReader::find(std::string_view name) const {
 }
 
 std::vector<std::byte> ZipReader::read(const ZipEntry& entry) const {
+    // An entry may tell any size; its data unpack to no more than this.
+    constexpr std::uint64_t highestRatio = 1032;
+    const std::uint64_t possible = entry.packedSize * highestRatio;
     std::vector<std::byte> data;
-    data.reserve(static_cast<std::size_t>(entry.size));
+    data.reserve(static_cast<std::size_t>(std::min(entry.size, possible)));
     unpack(entry, [&data](Bytes part) { data.insert(data.end(), part.begin(), part.end()); });
     return data;
 }

@@ -16,7 +16,7 @@ namespace q7tools {
 // What an archive may unpack to, so that a small file cannot take all memory and time: `always`,
 // and beyond that `ratio` times its own size.
 struct ZipLimits {
-    std::uint64_t always = std::uint64_t{256} << 20;
+    std::uint64_t always = std::uint64_t{64} << 20;
     std::uint64_t ratio = 100;
 };
 

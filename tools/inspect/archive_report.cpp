@@ -80,36 +80,60 @@ void printTextures(std::ostream& out, const Archive& archive, bool all) {
     endTable(out, table, uses.size(), shown);
 }
 
-ordered_json faultsJson(const std::vector<Fault>& faults) {
-    ordered_json json = ordered_json::array();
-    for (const Fault& fault : faults)
-        json.push_back({{"offset", fault.offset}, {"reason", fault.reason}});
-    return json;
-}
-
-ordered_json infoJson(const Archive& archive) {
-    if (!archive.info()) return nullptr;
-    const InfoJson& info = *archive.info();
-    ordered_json json{{"productID", nullptr}, {"instanceIdArray", nullptr}};
-    if (info.productId) json["productID"] = *info.productId;
-    if (info.instanceIds) json["instanceIdArray"] = *info.instanceIds;
-    json["faults"] = faultsJson(info.faults);
-    return json;
-}
-
-ordered_json materialFileJson(const Archive& archive) {
-    if (!archive.materials()) return nullptr;
-    const MaterialFile& file = *archive.materials();
-    ordered_json materials = ordered_json::array();
-    for (const ListedMaterial& material : file.materials) {
-        ordered_json json{{"offset", material.offset}};
-        json.update(materialTextJson(material.xml));
-        materials.push_back(std::move(json));
+// Element by element, as all lists that may be long.
+template <class Records, class ToJson>
+void printList(std::ostream& out, const Records& records, const ToJson& toJson) {
+    const char* separator = "";
+    out << '[';
+    for (const auto& record : records) {
+        out << separator << toJson(record).dump();
+        separator = ",";
     }
-    return {{"root", file.hasRoot},
-            {"lineEnd", file.hasCarriages ? "CR LF" : "LF"},
-            {"materials", materials},
-            {"faults", faultsJson(file.faults)}};
+    out << ']';
+}
+
+ordered_json faultJson(const Fault& fault) {
+    return {{"offset", fault.offset}, {"reason", fault.reason}};
+}
+
+ordered_json listedJson(const ListedMaterial& material) {
+    ordered_json json{{"offset", material.offset}};
+    json.update(materialTextJson(material.xml));
+    return json;
+}
+
+void printInfoJson(std::ostream& out, const Archive& archive) {
+    out << "  \"info\": ";
+    if (!archive.info()) {
+        out << "null,\n";
+        return;
+    }
+    const InfoJson& info = *archive.info();
+    out << "{\"productID\":" << (info.productId ? ordered_json(*info.productId) : ordered_json());
+    out << ",\"instanceIdArray\":";
+    if (info.instanceIds) {
+        printList(out, *info.instanceIds, [](const std::string& id) { return ordered_json(id); });
+    } else {
+        out << "null";
+    }
+    out << ",\"faults\":";
+    printList(out, info.faults, faultJson);
+    out << "},\n";
+}
+
+void printMaterialFileJson(std::ostream& out, const Archive& archive) {
+    out << "  \"materialFile\": ";
+    if (!archive.materials()) {
+        out << "null,\n";
+        return;
+    }
+    const MaterialFile& file = *archive.materials();
+    out << "{\"root\":" << (file.hasRoot ? "true" : "false") << ",\"lineEnd\":\""
+        << (file.hasCarriages ? "CR LF" : "LF") << "\",\"materials\":";
+    printList(out, file.materials, listedJson);
+    out << ",\"faults\":";
+    printList(out, file.faults, faultJson);
+    out << "},\n";
 }
 
 ordered_json entryJson(const Archive& archive, const ZipEntry& entry) {
@@ -153,8 +177,8 @@ void printArchiveJson(std::ostream& out, std::string_view fileName, const Archiv
     printMember(out, "file", nameText(fileName));
     printMember(out, "size", archive.zip().size());
     printMember(out, "archiveOf", kindName(archive.kind()));
-    printMember(out, "info", infoJson(archive));
-    printMember(out, "materialFile", materialFileJson(archive));
+    printInfoJson(out, archive);
+    printMaterialFileJson(out, archive);
     printRecords(out, "entries", archive.entries(),
                  [&](std::size_t i) { return entryJson(archive, archive.entries()[i]); });
     out << ",\n";

@@ -16,6 +16,7 @@ namespace {
 
 constexpr std::string_view idsKey = "instanceIdArray";
 constexpr std::string_view productKey = "productID";
+constexpr std::uint64_t mostToldKeys = 100;
 
 // Takes the two members out of the text as it is parsed: the text may hold anything, and need not
 // be held as a whole tree.
@@ -55,7 +56,8 @@ class Handler : public nlohmann::json_sax<json> {
 
     bool key(string_t& text) override {
         if (depth_ != 1) return true;
-        if (text != idsKey && text != productKey) {
+        const bool isUnknown = text != idsKey && text != productKey;
+        if (isUnknown && ++unknownKeys_ <= mostToldKeys) {
             add("unknown key " + q7tools::inQuotes(utf8ToWide(text)));
         }
         key_ = std::move(text);
@@ -83,6 +85,10 @@ class Handler : public nlohmann::json_sax<json> {
     }
 
     void tellOthers() {
+        if (unknownKeys_ > mostToldKeys) {
+            add(q7tools::counted(unknownKeys_ - mostToldKeys, "more unknown key",
+                                 "more unknown keys"));
+        }
         if (othersInIds_ == 0) return;
         add("\"" + std::string(idsKey) + "\" holds " +
             q7tools::counted(othersInIds_, "element", "elements") + " that are not strings");
@@ -112,6 +118,7 @@ class Handler : public nlohmann::json_sax<json> {
     bool inIds_ = false;
     std::string key_;
     std::uint64_t othersInIds_ = 0;
+    std::uint64_t unknownKeys_ = 0;
 };
 
 void checkProductId(InfoJson& info) {

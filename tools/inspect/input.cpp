@@ -44,6 +44,11 @@ Input readInput(const std::string& file) {
 q7tools::StreamModel readModel(const std::string& file) {
     Input input = readInput(file);
     if (input.stream) return std::move(*input.stream);
+    return modelOf(file, input);
+}
+
+const q7tools::StreamModel& modelOf(const std::string& file, const Input& input) {
+    if (input.stream) return *input.stream;
     if (!input.archive->model()) {
         throw InputError(file,
                          "the archive holds no model stream (" + std::string(streamEntry) + ")");

@@ -35,6 +35,9 @@ Input readInput(const std::string& file);
 // The stream, whichever of the two the file is. Throws InputError for an archive without one.
 q7tools::StreamModel readModel(const std::string& file);
 
+// The same of a file that has been read. The input must outlive what is given.
+const q7tools::StreamModel& modelOf(const std::string& file, const Input& input);
+
 // What is wrong inside an archive, told as of that file.
 InputError archiveError(const std::string& file, const q7tools::FormatError& error);
 

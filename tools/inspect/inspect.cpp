@@ -6,6 +6,7 @@
 #include <limits>
 #include <new>
 #include <optional>
+#include <set>
 #include <system_error>
 
 #include "common/byte_reader.h"
@@ -18,6 +19,7 @@
 #include "inspect/input.h"
 #include "inspect/json_report.h"
 #include "inspect/obj_export.h"
+#include "inspect/preview.h"
 #include "inspect/summary.h"
 #include "inspect/validate.h"
 
@@ -41,6 +43,7 @@ constexpr const char* examples = R"(Examples:
   q7-inspect --validate scene.q7a            is it sound? one line for each fault
   q7-inspect --json scene.q7mesh             for programs
   q7-inspect --obj scene.obj scene.q7mesh    look at it in any viewer
+  q7-inspect --preview scene.png scene.q7a   a picture of it, with its textures
   q7-inspect --compare a.q7mesh b.q7a        the same scene? one line for each difference
   q7-inspect --compare --link saved.q7mesh received.q7mesh
                                              the same, but for what the link leaves out
@@ -53,6 +56,14 @@ archive, --obj and --compare look at the stream inside alone.
 A property of a material in an archive names a texture when its text's last part, behind the last
 slash or backslash, ends like an image's name or is the name of a texture inside. What a "note:"
 tells is unusual, but no fault.
+
+The picture shows all of the scene, from in front of it, the right and a little above, or what the
+camera of --preview-camera sees of it: a JSON text as q7-standin keeps it, with Position and Direction and,
+if they are there, Up, FieldOfView, AspectRatio, OrthographicWidth and NearPlane. The look of a
+material is read from its text: the colour "#RRGGBB" of BaseColor, DiffuseColor or the like, the
+image of BaseColorTexture or the like, and Opacity. (0, 0) of the uvs is an image's lower left
+corner. Images (PNG, JPEG, BMP, TGA) come out of the archive; those of a stream are files where the
+material says or in the stream's texture folder. What tells no colour gets one by its name.
 
 Exit status: 0 all is well; 1 the file is neither a valid model stream nor a valid archive, or the
 two that are compared differ; 2 bad usage, or a file that cannot be read or written.)";
@@ -67,6 +78,9 @@ struct Options {
     bool order = false;
     std::optional<std::string> other;
     std::optional<std::string> obj;
+    std::optional<std::string> preview;
+    std::optional<std::string> previewCamera;
+    q7preview::PreviewOptions previewOptions;
 };
 
 void addCompareOptions(CLI::App& app, Options& options) {
@@ -82,6 +96,35 @@ void addCompareOptions(CLI::App& app, Options& options) {
         app.add_option("OTHER", options.other, "With --compare: the other model stream or archive");
     other->needs(compare);
     compare->needs(other)->excludes("--json")->excludes("--validate")->excludes("--obj");
+}
+
+void addPreviewOptions(CLI::App& app, Options& options) {
+    auto* preview = app.add_option("--preview", options.preview, "Draw the placed scene as a PNG")
+                        ->type_name("OUT.png");
+    preview->excludes("--json")->excludes("--validate")->excludes("--obj")->excludes("--compare");
+    const auto takeSize = [&options](const std::string& text) {
+        const auto size = q7preview::readDrawnSize(text);
+        if (!size) throw CLI::ValidationError(q7preview::drawnSizeFault("--preview-size", text));
+        options.previewOptions.size = *size;
+    };
+    app.add_option_function<std::string>(
+           "--preview-size", takeSize,
+           "With --preview: its size in pixels, 960x540 if not given, at most 4096x4096")
+        ->type_name("WIDTHxHEIGHT")
+        ->needs(preview);
+    app.add_option("--preview-camera", options.previewCamera,
+                   "With --preview: what this camera sees")
+        ->type_name("FILE")
+        ->needs(preview);
+    app.add_option_function<std::string>(
+           "--preview-up",
+           [&options](const std::string& text) {
+               options.previewOptions.up = text == "z" ? q7preview::Axis::z : q7preview::Axis::y;
+           },
+           "With --preview: which axis is up, y (if not given) or z")
+        ->type_name("AXIS")
+        ->needs(preview)
+        ->check(CLI::IsMember(std::set<std::string>{"y", "z"}).description(""));
 }
 
 // Parses the arguments. Gives an exit code instead when nothing is left to do.
@@ -103,6 +146,7 @@ std::optional<int> parseOptions(const std::vector<std::string>& arguments, Optio
     json->excludes(validate)->excludes(obj);
     validate->excludes(obj);
     addCompareOptions(app, options);
+    addPreviewOptions(app, options);
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
@@ -206,12 +250,18 @@ int runValidate(const Options& options, std::ostream& out) {
     return exitFaults;
 }
 
-int runObj(const Options& options, std::ostream& out, std::ostream& err) {
-    const auto target = q7tools::pathFromUtf8(*options.obj);
+// The path of an output.
+std::filesystem::path targetOf(const std::string& output, const std::string& input) {
+    auto target = q7tools::pathFromUtf8(output);
     std::error_code ignored;
-    if (std::filesystem::equivalent(target, q7tools::pathFromUtf8(options.file), ignored)) {
+    if (std::filesystem::equivalent(target, q7tools::pathFromUtf8(input), ignored)) {
         throw FileError(target, "is the input itself and stays as it is");
     }
+    return target;
+}
+
+int runObj(const Options& options, std::ostream& out, std::ostream& err) {
+    const auto target = targetOf(*options.obj, options.file);
     const StreamModel model = readModel(options.file);
     ObjCounts counts;
     q7tools::writeWholeFile(target,
@@ -226,6 +276,19 @@ int runObj(const Options& options, std::ostream& out, std::ostream& err) {
             " of missing meshes, " +
             counted(counts.skippedTriangles, "unusable triangle", "unusable triangles") +
             " (--validate tells more)");
+    return exitFaults;
+}
+
+int runPreview(const Options& options, std::ostream& out, std::ostream& err) {
+    const auto target = targetOf(*options.preview, options.file);
+    q7preview::PreviewOptions chosen = options.previewOptions;
+    if (options.previewCamera) chosen.camera = readCameraFile(*options.previewCamera);
+    const q7preview::Preview preview = drawInput(options.file, chosen);
+    q7tools::writeWholeFile(target, q7preview::pngOf(preview.image));
+    out << q7tools::printable(*options.preview) << ": " << q7preview::previewText(preview) << '\n';
+    const std::string leftOut = q7preview::leftOutText(preview);
+    if (leftOut.empty()) return exitGood;
+    err << errorLine(program, options.file, leftOut + " (--validate tells more)");
     return exitFaults;
 }
 
@@ -273,6 +336,7 @@ int run(const Options& options, std::ostream& out, std::ostream& err) {
     if (options.compare) return runCompare(options, out);
     if (options.validate) return runValidate(options, out);
     if (options.obj) return runObj(options, out, err);
+    if (options.preview) return runPreview(options, out, err);
     const Input input = readInput(options.file);
     if (input.archive && options.json) {
         printArchiveJson(out, options.file, *input.archive);

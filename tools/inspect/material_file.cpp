@@ -39,6 +39,22 @@ std::string withoutCarriages(std::string_view text) {
     return out;
 }
 
+// How many bytes of the text become so many units. Bytes that are no UTF-8 become units that would be
+// more bytes.
+std::size_t bytesOf(std::string_view text, std::size_t units) {
+    std::size_t low = 0;
+    std::size_t high = text.size();
+    while (low < high) {
+        const std::size_t middle = high - (high - low) / 2;
+        if (utf8ToWide(text.substr(0, middle)).size() <= units) {
+            low = middle;
+        } else {
+            high = middle - 1;
+        }
+    }
+    return low;
+}
+
 class ListReader {
   public:
     explicit ListReader(std::string_view file) {
@@ -102,8 +118,7 @@ class ListReader {
                 material.typed = q7tools::readTypedMaterial(material.xml);
             } catch (const q7tools::FormatError& error) {
                 const auto units = static_cast<std::size_t>(error.offset()) / sizeof(char16_t);
-                const WideView before = WideView(material.xml).substr(0, units);
-                add(at + allToUtf8(before).size(), error.what());
+                add(at + bytesOf(text, units), error.what());
             }
         }
         list_.materials.push_back(std::move(material));

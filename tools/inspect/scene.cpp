@@ -4,6 +4,8 @@
 #include <cmath>
 #include <limits>
 
+#include "common/json_depth.h"
+
 namespace q7inspect {
 
 using q7tools::StreamInstance;
@@ -13,15 +15,11 @@ std::optional<nlohmann::json> parseHeader(WideView headerText) {
     // The parser would take a zero for the end of the text.
     if (headerText.find(u'\0') != WideView::npos) return std::nullopt;
     // Printing a value takes stack for each level of it.
-    constexpr int deepest = 100;
-    bool tooDeep = false;
-    const auto keep = [&tooDeep](int depth, nlohmann::json::parse_event_t, nlohmann::json&) {
-        tooDeep = tooDeep || depth > deepest;
-        return !tooDeep;
-    };
-    nlohmann::json header =
-        nlohmann::json::parse(wideToUtf8(headerText), keep, /*allow_exceptions=*/false);
-    if (tooDeep || !header.is_object()) return std::nullopt;
+    constexpr std::size_t deepest = 100;
+    const std::string text = wideToUtf8(headerText);
+    if (q7tools::jsonDepth(text) > deepest) return std::nullopt;
+    auto header = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
+    if (!header.is_object()) return std::nullopt;
     return header;
 }
 
@@ -119,12 +117,17 @@ Point normalToWorld(const Transform& transform, const float* normal) {
 std::optional<Bounds> worldBounds(const StreamModel& model, const MeshLookup& lookup,
                                   std::uint64_t vertexLimit) {
     const std::vector<std::uint64_t> uses = meshUses(model, lookup);
-    std::vector<std::vector<float>> corners(model.meshes.size());
+    std::vector<std::optional<std::vector<float>>> corners(model.meshes.size());
+    std::uint64_t left = vertexLimit;
     bool exact = true;
     for (std::size_t i = 0; i < model.meshes.size(); ++i) {
-        if (uses[i] * model.meshes[i].vertexCount() <= vertexLimit) continue;
-        corners[i] = cornersOfBox(model.meshes[i].positions);
-        exact = false;
+        const std::uint64_t placed = uses[i] * model.meshes[i].vertexCount();
+        if (placed <= left) {
+            left -= placed;
+        } else {
+            corners[i] = cornersOfBox(model.meshes[i].positions);
+            exact = false;
+        }
     }
 
     std::optional<Bounds> bounds;
@@ -132,7 +135,7 @@ std::optional<Bounds> worldBounds(const StreamModel& model, const MeshLookup& lo
         const auto place = lookup.find(instance.mesh);
         if (!place) continue;
         const std::vector<float>& points =
-            corners[*place].empty() ? model.meshes[*place].positions : corners[*place];
+            corners[*place] ? *corners[*place] : model.meshes[*place].positions;
         for (std::size_t i = 0; i + 3 <= points.size(); i += 3) {
             widen(bounds, toWorld(instance.transform, &points[i]));
         }

@@ -51,8 +51,8 @@ struct Bounds {
 };
 
 // The box around all placed vertices, of which those that are not finite are left out; nothing when
-// none is left. Above `vertexLimit` placements of vertices, a mesh counts by the corners of its
-// box.
+// none is left. When more than `vertexLimit` vertices would have to be placed, the meshes that go beyond
+// that count by the corners of their boxes.
 std::optional<Bounds> worldBounds(const q7tools::StreamModel& model, const MeshLookup& lookup,
                                   std::uint64_t vertexLimit = 50'000'000);
 

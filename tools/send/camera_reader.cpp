@@ -9,9 +9,6 @@ namespace q7send {
 
 namespace {
 
-constexpr float degrees = 57.2957795F;
-constexpr Pose unturned{{0, 0, 0}, {0, 0, -1}, {0, 1, 0}};
-
 // Values that a file leaves open, or gives without sense.
 float finiteOr(float value, float otherwise) {
     return std::isfinite(value) ? value : otherwise;

@@ -10,9 +10,6 @@ namespace q7send {
 
 namespace {
 
-constexpr float degrees = 57.2957795F;
-constexpr Pose unturned{{0, 0, 0}, {0, 0, -1}, {0, 1, 0}};
-
 LightType typeOf(aiLightSourceType type) {
     switch (type) {
         case aiLightSource_DIRECTIONAL:

@@ -12,7 +12,7 @@ namespace q7send {
 
 namespace {
 
-constexpr char description[] =
+constexpr char purpose[] =
     "Hands a 3D file to the Q7Plugin library, as a plug-in hands over its scene, and sends what\n"
     "the library makes of it to the renderer, or writes it. Reads every kind of file that Assimp\n"
     "reads: glTF, FBX, COLLADA, OBJ, STL, PLY, 3DS, IFC and many more.";
@@ -166,7 +166,7 @@ std::string clashOf(const Options& options) {
 
 std::variant<Options, HelpText, UsageError> parseOptions(std::vector<std::string> arguments,
                                                          const std::string& version) {
-    CLI::App app(description, "q7-send");
+    CLI::App app(purpose, "q7-send");
     std::string model;
     std::string stream;
     std::string materials;

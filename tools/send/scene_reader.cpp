@@ -19,6 +19,7 @@
 #include "send/camera_reader.h"
 #include "send/clean_text.h"
 #include "send/embedded_textures.h"
+#include "send/ending_files.h"
 #include "send/light_reader.h"
 #include "send/material_reader.h"
 #include "send/mesh_vertices.h"
@@ -240,6 +241,8 @@ Scene readScene(const fs::path& path, const ProgressFunction& progress, Embedded
     Assimp::Importer importer;
     // The importer deletes its handler.
     importer.SetProgressHandler(new ProgressForwarder(progress));
+    // And its files.
+    importer.SetIOHandler(new EndingFiles());
     importer.SetPropertyFloat(AI_CONFIG_PP_GSN_MAX_SMOOTHING_ANGLE, smoothingAngle);
     const aiScene* source = nullptr;
     {

@@ -7,6 +7,11 @@
 
 namespace q7send {
 
+// In a radian.
+inline constexpr float degrees = 57.2957795F;
+// How a camera or a light stands that says nothing else.
+inline constexpr Pose unturned{{0, 0, 0}, {0, 0, -1}, {0, 1, 0}};
+
 // Turns a matrix for column vectors, its rows one after the other, into one for row vectors, and
 // back.
 Transform transposed(const Transform& matrix);

@@ -132,7 +132,8 @@ std::string receiveJson(Connection& connection, Receipt& receipt, std::string_vi
 }
 
 void receiveCamera(Connection& connection, Receipt& receipt) {
-    receiveJson(connection, receipt, "camera");
+    const std::string text = receiveJson(connection, receipt, "camera");
+    if (Previews* previews = connection.services.previews) previews->cameraArrived(text);
 }
 
 void receiveScenes(Connection& connection, Receipt& receipt) {
@@ -239,7 +240,9 @@ void receiveSync(Connection& connection, Receipt& receipt) {
                    content);
     if (!reply) throw ClosedOnPurpose();
     connection.services.behaviour.answerWord(connection.channel, "reply", *reply);
-    if (reply == 0U) receiveModels(connection, receipt.word());
+    if (*reply != 0U) return;
+    if (Previews* previews = connection.services.previews) previews->syncBegins(allToUtf8(path));
+    receiveModels(connection, receipt.word());
 }
 
 struct Command {
@@ -299,6 +302,7 @@ void reportFaults(MessageLog& log, Place place, std::uint64_t offset, const std:
     const std::string start = field + ": ";
     for (const std::string& error : faults.errors)
         log.protocolError(place, offset, start + error);
+    log.furtherProtocolErrors(faults.furtherErrors);
     for (const std::string& remark : faults.remarks)
         log.remark(place, offset, start + remark);
 }

@@ -13,6 +13,7 @@
 #include "standin/message_log.h"
 #include "standin/message_store.h"
 #include "standin/model_block.h"
+#include "standin/previews.h"
 #include "standin/transcript.h"
 
 namespace q7standin {
@@ -40,6 +41,7 @@ struct Services {
     Behaviour& behaviour;
     Transcript& transcript;
     BlockOpener openModelBlock;
+    Previews* previews = nullptr;  // of the models that are kept, where they are wanted
     // Called with the file of each hand-over.
     std::function<void(const WideString&)> pluginFileArrived;
 };

@@ -4,19 +4,19 @@
 #include <span>
 #include <string_view>
 
+#include "common/json_depth.h"
 #include "common/text_output.h"
 #include "standin/protocol_error.h"
 
 namespace q7standin {
 
 using nlohmann::json;
-using nlohmann::ordered_json;
 using q7tools::counted;
 
 namespace {
 
 // No message nests deeper than 6, and what goes through values is recursive.
-constexpr int mostLevels = 64;
+constexpr std::size_t mostLevels = 64;
 
 enum class Kind { Text, Number, UnsignedNumber, List };
 
@@ -72,66 +72,118 @@ bool isOf(const json& value, Kind kind) {
     return value.is_array();
 }
 
+// A fault tells the names of all that is around it: long ones would make a small text a large report.
+std::string excerpt(std::string_view text) {
+    constexpr std::size_t longest = 200;
+    if (text.size() <= longest) return q7tools::printable(text);
+    return q7tools::printable(text.substr(0, longest)) + "...";
+}
+
 std::string quotedText(std::string_view text) {
-    return '"' + q7tools::printable(text) + '"';
+    return '"' + excerpt(text) + '"';
 }
 
 class TooDeep {};
 
 // Discarded when the text is no JSON. Throws TooDeep.
-template <class Value>
-Value parsed(const std::string& utf8) {
-    const auto guard = [](int depth, typename Value::parse_event_t, Value&) {
-        if (depth > mostLevels) throw TooDeep();
-        return true;
-    };
-    return Value::parse(utf8, guard, false);
+json parsed(const std::string& utf8) {
+    if (q7tools::jsonDepth(utf8) > mostLevels) throw TooDeep();
+    return json::parse(utf8, nullptr, false);
 }
 
 std::string memberName(const std::string& field, const std::string& key) {
-    return field.empty() ? quotedText(key) : field + '.' + q7tools::printable(key);
+    return field.empty() ? quotedText(key) : field + '.' + excerpt(key);
 }
 
 std::string elementName(const std::string& field, std::size_t index) {
     return field + '[' + std::to_string(index) + ']';
 }
 
-// As deep as the parser let it be.
-// NOLINTNEXTLINE(misc-no-recursion)
-void checkKeyOrder(const ordered_json& value, const std::string& field, JsonFaults& faults) {
-    if (value.is_array()) {
-        for (std::size_t i = 0; i < value.size(); ++i)
-            checkKeyOrder(value[i], elementName(field.empty() ? "text" : field, i), faults);
+// Goes through a text that is JSON. The parsed value has its keys in order, whatever theirs was, and a
+// value that keeps theirs is slow to make where they are many.
+class KeyOrder : public nlohmann::json_sax<json> {
+  public:
+    explicit KeyOrder(JsonFaults& faults) : faults_(faults) {}
+
+    bool null() override { return value(); }
+    bool boolean(bool) override { return value(); }
+    bool number_integer(number_integer_t) override { return value(); }
+    bool number_unsigned(number_unsigned_t) override { return value(); }
+    bool number_float(number_float_t, const string_t&) override { return value(); }
+    bool string(string_t&) override { return value(); }
+    bool binary(binary_t&) override { return value(); }
+    bool start_object(std::size_t) override { return enter(true); }
+    bool start_array(std::size_t) override { return enter(false); }
+    bool end_object() override { return leave(); }
+    bool end_array() override { return leave(); }
+    bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
+        return false;
     }
-    if (!value.is_object()) return;
-    std::string before;
-    for (const auto& [key, member] : value.items()) {
-        if (key < before) {
-            faults.errors.push_back(fault(field.empty() ? "text" : field, "keys in byte order",
-                                          quotedText(key) + " behind " + quotedText(before)));
+
+    bool key(string_t& text) override {
+        Level& level = levels_.back();
+        if (text < level.key) {
+            faults_.addError(fault(place(), "keys in byte order",
+                                   quotedText(text) + " behind " + quotedText(level.key)));
         }
-        before = key;
-        checkKeyOrder(member, memberName(field, key), faults);
+        level.key = std::move(text);
+        return true;
     }
-}
+
+  private:
+    struct Level {
+        bool isObject = false;
+        std::string key = {};   // that was last
+        std::size_t index = 0;  // of the element that is next
+    };
+
+    bool enter(bool isObject) {
+        levels_.push_back({isObject});
+        return true;
+    }
+
+    bool leave() {
+        levels_.pop_back();
+        return value();
+    }
+
+    bool value() {
+        if (!levels_.empty()) ++levels_.back().index;
+        return true;
+    }
+
+    // Of the innermost object.
+    std::string place() const {
+        std::string name;
+        for (std::size_t i = 0; i + 1 < levels_.size(); ++i) {
+            const Level& level = levels_[i];
+            name = level.isObject ? memberName(name, level.key)
+                                  : elementName(name.empty() ? "text" : name, level.index);
+        }
+        return name.empty() ? "text" : name;
+    }
+
+    JsonFaults& faults_;
+    std::vector<Level> levels_;
+};
 
 // Discarded when the text is no JSON.
 json parse(WideView text, JsonFaults& faults) {
     const std::string utf8 = q7tools::allToUtf8(text);
     json value(json::value_t::discarded);
     try {
-        value = parsed<json>(utf8);
+        value = parsed(utf8);
     } catch (const TooDeep&) {
-        faults.errors.push_back(
-            fault("text", "at most " + std::to_string(mostLevels) + " levels", "more"));
+        faults.addError(fault("text", "at most " + std::to_string(mostLevels) + " levels", "more"));
         return value;
     }
     if (value.is_discarded()) {
-        faults.errors.push_back(fault("text", "JSON", quotedText(utf8.substr(0, 60))));
+        faults.addError(fault("text", "JSON", quotedText(utf8.substr(0, 60))));
     } else if (value.dump() != utf8) {
-        const std::size_t before = faults.errors.size();
-        checkKeyOrder(parsed<ordered_json>(utf8), {}, faults);
-        if (faults.errors.size() == before) {
+        const std::uint64_t before = faults.errorCount();
+        KeyOrder order(faults);
+        json::sax_parse(utf8, &order);
+        if (faults.errorCount() == before) {
             faults.remarks.emplace_back("the JSON text is not compact");
         }
     }
@@ -146,7 +198,7 @@ void checkKnown(const json& object, const std::string& field, std::span<const Me
             isKnown = isKnown || member.key == item.key();
         if (isKnown) continue;
         const std::string start = field.empty() ? "" : field + ": ";
-        faults.errors.push_back(start + "unknown key " + quotedText(item.key()));
+        faults.addError(start + "unknown key " + quotedText(item.key()));
     }
 }
 
@@ -156,10 +208,9 @@ void checkMember(const json& object, const std::string& field, const Member& mem
     const auto found = object.find(key);
     if (found == object.end()) {
         if (!member.isRequired) return;
-        faults.errors.push_back(fault(memberName(field, key), nameOf(member.kind), "nothing"));
+        faults.addError(fault(memberName(field, key), nameOf(member.kind), "nothing"));
     } else if (!isOf(*found, member.kind)) {
-        faults.errors.push_back(
-            fault(memberName(field, key), nameOf(member.kind), found->type_name()));
+        faults.addError(fault(memberName(field, key), nameOf(member.kind), found->type_name()));
     }
 }
 
@@ -168,33 +219,32 @@ bool checkMembers(const json& value, const std::string& field, std::span<const M
                   JsonFaults& faults) {
     if (value.is_discarded()) return false;
     if (!value.is_object()) {
-        faults.errors.push_back(fault(field.empty() ? "text" : field,
-                                      field.empty() ? "a JSON object" : "an object",
-                                      value.type_name()));
+        faults.addError(fault(field.empty() ? "text" : field,
+                              field.empty() ? "a JSON object" : "an object", value.type_name()));
         return false;
     }
-    const std::size_t before = faults.errors.size();
+    const std::uint64_t before = faults.errorCount();
     for (const Member& member : members)
         checkMember(value, field, member, faults);
     checkKnown(value, field, members, faults);
-    return faults.errors.size() == before;
+    return faults.errorCount() == before;
 }
 
 // One number, several of them, or a text. A single number is never in an array.
 void checkProperty(const json& value, const std::string& field, JsonFaults& faults) {
     if (value.is_string() || isOf(value, Kind::Number)) return;
     if (!value.is_array()) {
-        faults.errors.push_back(
+        faults.addError(
             fault(field, "a string, a number or an array of numbers", value.type_name()));
         return;
     }
     if (value.size() < 2) {
-        faults.errors.push_back(
+        faults.addError(
             fault(field, "an array of two or more", counted(value.size(), "element", "elements")));
     }
     for (std::size_t i = 0; i < value.size(); ++i) {
         if (isOf(value[i], Kind::Number)) continue;
-        faults.errors.push_back(fault(elementName(field, i), "a number", value[i].type_name()));
+        faults.addError(fault(elementName(field, i), "a number", value[i].type_name()));
     }
 }
 
@@ -210,7 +260,7 @@ void checkProperties(const json& record, const std::string& field, std::string_v
 void checkEntity(const json& value, const std::string& field, JsonFaults& faults) {
     if (value.is_discarded() || value.is_null()) return;
     if (!value.is_object()) {
-        faults.errors.push_back(fault(field, "an object or null", value.type_name()));
+        faults.addError(fault(field, "an object or null", value.type_name()));
         return;
     }
     const std::string place = field == "text" ? std::string() : field;
@@ -222,7 +272,7 @@ void checkEntity(const json& value, const std::string& field, JsonFaults& faults
 
 void checkPoints(const json& points, const std::string& field, JsonFaults& faults) {
     if (!points.is_array() || points.empty()) {
-        faults.errors.push_back(
+        faults.addError(
             fault(field, "an array of points",
                   points.is_array() ? "an empty one" : std::string(points.type_name())));
         return;
@@ -233,7 +283,7 @@ void checkPoints(const json& points, const std::string& field, JsonFaults& fault
 
 void checkFrame(const json& frame, const std::string& field, JsonFaults& faults) {
     if (!frame.is_object()) {
-        faults.errors.push_back(fault(field, "an object", frame.type_name()));
+        faults.addError(fault(field, "an object", frame.type_name()));
         return;
     }
     constexpr Member time{"T", Kind::Number, true};
@@ -245,13 +295,13 @@ void checkFrame(const json& frame, const std::string& field, JsonFaults& faults)
 
 void checkAnimation(const json& animation, const std::string& field, JsonFaults& faults) {
     if (!animation.is_object()) {
-        faults.errors.push_back(fault(field, "an object", animation.type_name()));
+        faults.addError(fault(field, "an object", animation.type_name()));
         return;
     }
     constexpr Member frames{"FrameData", Kind::List, true};
-    const std::size_t before = faults.errors.size();
+    const std::uint64_t before = faults.errorCount();
     checkMember(animation, field, frames, faults);
-    const bool hasFrames = faults.errors.size() == before;
+    const bool hasFrames = faults.errorCount() == before;
     checkProperties(animation, field, frames.key, faults);
     if (!hasFrames) return;
     std::size_t i = 0;
@@ -270,7 +320,7 @@ void checkEach(const json& value, const std::string& key,
 // Absent when it would be empty.
 void checkNotEmpty(const json& value, const std::string& key, JsonFaults& faults) {
     if (!value.contains(key) || !value[key].empty()) return;
-    faults.errors.push_back(fault(quotedText(key), "no key or some elements", "an empty array"));
+    faults.addError(fault(quotedText(key), "no key or some elements", "an empty array"));
 }
 
 void checkGroup(const json& group, const std::string& field, JsonFaults& faults) {
@@ -324,6 +374,15 @@ std::string summaryOf(std::uint32_t word, const json& value) {
 
 }  // namespace
 
+void JsonFaults::addError(std::string error) {
+    constexpr std::size_t mostKept = 100;
+    if (errors.size() < mostKept) {
+        errors.push_back(std::move(error));
+    } else {
+        ++furtherErrors;
+    }
+}
+
 HeaderFindings checkHeader(WideView text) {
     HeaderFindings findings;
     const json value = parse(text, findings);
@@ -356,7 +415,7 @@ MessageFindings checkMessage(std::uint32_t word, WideView text) {
 
 std::optional<std::string> modelFilePathOf(const std::string& metadata) {
     try {
-        const json value = parsed<json>(metadata);
+        const json value = parsed(metadata);
         if (value.is_null()) return std::string();
         if (!value.is_object()) return std::nullopt;
         const auto path = value.find("model_file_path");
@@ -373,9 +432,8 @@ JsonFaults checkInstancePaths(WideView text, const std::vector<const WideString*
     if (!checkMembers(value, {}, pathMembers, faults)) return faults;
     const json& paths = value["instance_paths"];
     if (paths.size() != materials.size()) {
-        faults.errors.push_back(fault("\"instance_paths\"",
-                                      counted(materials.size(), "path", "paths"),
-                                      std::to_string(paths.size())));
+        faults.addError(fault("\"instance_paths\"", counted(materials.size(), "path", "paths"),
+                              std::to_string(paths.size())));
         return faults;
     }
     for (std::size_t i = 0; i < paths.size(); ++i) {
@@ -383,9 +441,9 @@ JsonFaults checkInstancePaths(WideView text, const std::vector<const WideString*
         const bool isRight =
             paths[i].is_string() && paths[i].get_ref<const std::string&>().ends_with(end);
         if (!isRight) {
-            faults.errors.push_back(fault("\"instance_paths\"[" + std::to_string(i) + ']',
-                                          "a path that ends with " + quotedText(end),
-                                          quotedText(paths[i].dump())));
+            faults.addError(fault("\"instance_paths\"[" + std::to_string(i) + ']',
+                                  "a path that ends with " + quotedText(end),
+                                  quotedText(paths[i].dump())));
         }
     }
     return faults;

@@ -11,9 +11,12 @@
 namespace q7standin {
 
 struct JsonFaults {
-    std::vector<std::string> errors;   // breaches of the protocol
+    std::vector<std::string> errors;   // breaches of the protocol, of which the first are kept
+    std::uint64_t furtherErrors = 0;   // that were not kept
     std::vector<std::string> remarks;  // what a renderer could stumble over
 
+    void addError(std::string error);
+    std::uint64_t errorCount() const { return errors.size() + furtherErrors; }
     bool isSound() const { return errors.empty(); }
 };
 

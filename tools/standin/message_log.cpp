@@ -77,6 +77,11 @@ void MessageLog::protocolError(Place place, std::uint64_t offset, const std::str
     fault("protocol error", place, offset, text);
 }
 
+void MessageLog::furtherProtocolErrors(std::uint64_t count) {
+    protocolErrors_ += count;
+    faultsOfConnection_ += count;
+}
+
 void MessageLog::remark(Place place, std::uint64_t offset, const std::string& text) {
     ++remarks_;
     fault("remark", place, offset, text);

@@ -39,6 +39,8 @@ class MessageLog {
     void commandArrived(std::uint32_t word) { word_ = word; }
     // A breach of the protocol. The rest of a flood of them on one connection is only counted.
     void protocolError(Place place, std::uint64_t offset, const std::string& text);
+    // More of the last ones, whose texts nobody has.
+    void furtherProtocolErrors(std::uint64_t count);
     // Something in what the host handed over that a renderer could stumble over.
     void remark(Place place, std::uint64_t offset, const std::string& text);
 

@@ -100,8 +100,14 @@ std::string MessageStore::keepBeside(std::string_view kind, std::string_view ext
                                      std::string_view content) {
     if (!folder_) return {};
     std::string name = nameOf(kind, extension);
-    q7tools::writeWholeFile(pathOf(name), content);
+    keepAs(name, content);
     return name;
+}
+
+void MessageStore::keepAs(const std::string& name, std::string_view content) const {
+    KeptFile file(*folder_);
+    file.write(content.data(), content.size());
+    file.renameTo(pathOf(name));
 }
 
 std::string MessageStore::commit(KeptFile& file, std::string_view kind,

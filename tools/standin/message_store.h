@@ -42,13 +42,17 @@ class MessageStore {
     std::string keepBeside(std::string_view kind, std::string_view extension,
                            std::string_view content);
 
-    // Only for a store that keeps.
+    // The following are only for a store that keeps.
+
+    // A file under any name, in the place of one that is there.
+    void keepAs(const std::string& name, std::string_view content) const;
+    // The path of a file that is kept, by its name.
+    std::filesystem::path pathOf(const std::string& name) const;
     void begin(std::optional<KeptFile>& file) const { file.emplace(*folder_); }
     std::string commit(KeptFile& file, std::string_view kind, std::string_view extension);
 
   private:
     std::string nameOf(std::string_view kind, std::string_view extension) const;
-    std::filesystem::path pathOf(const std::string& name) const;
 
     std::optional<std::filesystem::path> folder_;
     std::uint64_t number_ = 0;

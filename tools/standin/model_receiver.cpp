@@ -386,6 +386,7 @@ void ModelReceiver::keepWord(std::uint32_t word) {
 void ModelReceiver::commitAndLog(const std::string& form) {
     if (file_) {
         fileName_ = services_.store.commit(*file_, kind, extension);
+        if (services_.previews != nullptr) services_.previews->modelKept(fileName_);
         if (!paths_.empty()) {
             services_.store.keepBeside("instance-paths", "json", q7tools::allToUtf8(paths_));
         }

@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <charconv>
 #include <limits>
+#include <set>
 
 #include "common/files.h"
 #include "standin/window_names.h"
@@ -29,6 +30,11 @@ Examples:
   q7-standin --out received
       The same, and keeps each message as a file in the folder "received": models as 0001-model.q7mesh
       and so on, for q7-inspect; all else as JSON.
+
+  q7-standin --out received --preview
+      The same, and draws each model: 0001-model.png and so on. The picture shows all of the model; once
+      a camera of it has come (FieldOfView, Position, Direction and so on, as q7-send tells them), it
+      is drawn again and shows what the camera sees of it. Images of materials are read from their files.
 
   q7-standin --quiet --connections 2 --exit-after 60000 --out received
       For a test: takes the plug-in file and one model, says only what was wrong, and ends; after a
@@ -100,10 +106,43 @@ void optionalPath(CLI::App& app, const std::string& name, const std::string& typ
         ->type_name(type);
 }
 
-void addOutput(CLI::App& app, Options& options) {
+// What the options of the pictures say, which may come in any order.
+struct ChosenPreview {
+    bool isWanted = false;
+    std::optional<std::string> size;
+    std::optional<std::string> up;
+};
+
+std::optional<q7preview::PreviewOptions> previewOf(const ChosenPreview& chosen, bool isKeeping) {
+    if (!chosen.isWanted) {
+        if (!chosen.size && !chosen.up) return std::nullopt;
+        throw CLI::ValidationError(
+            "the size and the axis of pictures are of use with --preview only");
+    }
+    if (!isKeeping) throw CLI::ValidationError("--preview needs --out");
+    q7preview::PreviewOptions options;
+    if (chosen.size) {
+        const auto size = q7preview::readDrawnSize(*chosen.size);
+        if (!size) {
+            throw CLI::ValidationError(q7preview::drawnSizeFault("--preview-size", *chosen.size));
+        }
+        options.size = *size;
+    }
+    if (chosen.up == "z") options.up = q7preview::Axis::z;
+    return options;
+}
+
+void addOutput(CLI::App& app, Options& options, ChosenPreview& chosen) {
     const std::string group = "What it keeps and says";
     app.option_defaults()->group(group);
     optionalPath(app, "--out", "DIR", options.out, "Keep each message as a file in this folder");
+    app.add_flag("--preview", chosen.isWanted, "With --out: draw each model as NNNN-model.png");
+    app.add_option("--preview-size", chosen.size,
+                   "Its size in pixels, 960x540 if not given, at most 4096x4096")
+        ->type_name("WIDTHxHEIGHT");
+    app.add_option("--preview-up", chosen.up, "Which axis is up in it, y (if not given) or z")
+        ->type_name("AXIS")
+        ->check(CLI::IsMember(std::set<std::string>{"y", "z"}).description(""));
     optionalPath(app, "--transcript", "FILE", options.transcript,
                  "Write every byte that was received and sent, and the used bytes of the block, as "
                  "text");
@@ -300,7 +339,8 @@ std::variant<Options, HelpText, UsageError> parseOptions(
     app.option_defaults()->take_last();
     app.set_help_flag("--help,-h", "Print this help and exit");
     app.footer(guide);
-    addOutput(app, options);
+    ChosenPreview preview;
+    addOutput(app, options, preview);
     addLifetime(app, options);
     addPublication(app, options.publication);
     addAnswers(app, options);
@@ -310,6 +350,7 @@ std::variant<Options, HelpText, UsageError> parseOptions(
     try {
         app.parse(std::vector<std::string>(given.rbegin(), given.rend()));
         options.window = windowOf(window);
+        options.preview = previewOf(preview, options.out.has_value());
     } catch (const CLI::CallForHelp&) {
         return HelpText{app.help()};
     } catch (const CLI::ParseError& error) {

@@ -10,6 +10,7 @@
 #include <variant>
 #include <vector>
 
+#include "preview/preview.h"
 #include "standin/behaviour.h"
 #include "standin/connection.h"
 
@@ -44,6 +45,7 @@ struct Options {
     bool checkArrays = true;
     bool quiet = false;
     std::optional<std::filesystem::path> out;
+    std::optional<q7preview::PreviewOptions> preview;  // only with a folder
     std::optional<std::filesystem::path> transcript;
     std::optional<std::filesystem::path> readyFile;
     std::optional<std::uint64_t> connections;  // after which it ends

@@ -93,6 +93,7 @@ class Renderer {
           surroundings_(surroundings),
           log_(surroundings.out, surroundings.errors, options.quiet, [this] { return seconds(); }),
           store_(options.out),
+          previews_(previewsOf(options)),
           transcriptFile_(options.transcript),
           transcript_(transcriptFile_.stream()),
           behaviour_(
@@ -106,6 +107,7 @@ class Renderer {
                     .behaviour = behaviour_,
                     .transcript = transcript_,
                     .openModelBlock = openSharedModelBlock,
+                    .previews = previews_ ? &*previews_ : nullptr,
                     .pluginFileArrived = [this](const WideString& file) { takePlugin(file); }} {}
 
     int run() {
@@ -120,6 +122,11 @@ class Renderer {
     }
 
   private:
+    std::optional<Previews> previewsOf(const Options& options) {
+        if (!options.preview) return std::nullopt;
+        return std::optional<Previews>(std::in_place, *options.preview, store_, log_);
+    }
+
     void start() {
         const Publication& publication = options_.publication;
         if (options_.window) {
@@ -173,6 +180,7 @@ class Renderer {
             log_.note("connection " + std::to_string(number) + " was closed on purpose");
         }
         transcript_.connectionEnds(number, how);
+        if (previews_) previews_->draw();
     }
 
     void takePlugin(const WideString& file) {
@@ -226,6 +234,7 @@ class Renderer {
     Clock::time_point startTime_ = Clock::now();
     MessageLog log_;
     MessageStore store_;
+    std::optional<Previews> previews_;
     TranscriptFile transcriptFile_;
     Transcript transcript_;
     Behaviour behaviour_;

@@ -1,10 +1,16 @@
 #include "platform/folders.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <memory>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include "platform/files.h"
@@ -21,6 +27,66 @@ std::string folderOf(const char* variable) {
     while (folder.size() > 1 && folder.ends_with('/'))
         folder.pop_back();
     return folder;
+}
+
+struct FolderCloser {
+    void operator()(DIR* folder) const { closedir(folder); }
+};
+using Folder = std::unique_ptr<DIR, FolderCloser>;
+
+// Null when there is no folder of that name in the parent; a link is none.
+Folder openFolder(int parent, const char* name, int flags = O_NOFOLLOW) {
+    const int descriptor = openat(parent, name, O_RDONLY | O_DIRECTORY | O_CLOEXEC | flags);
+    if (descriptor < 0) return nullptr;
+    Folder folder(fdopendir(descriptor));
+    if (!folder) close(descriptor);
+    return folder;
+}
+
+// Calls visit(name) for what is in the folder, as long as that is true. False when it was not, or the
+// folder cannot be read to its end. The standard library's own walk ends the process when memory runs out.
+template <class Visit>
+bool forEachEntry(DIR* folder, const Visit& visit) {
+    for (;;) {
+        errno = 0;
+        // Of this folder only one thread reads.
+        const dirent* const entry = readdir(folder);  // NOLINT(concurrency-mt-unsafe)
+        if (entry == nullptr) return errno == 0;
+        const std::string_view name = entry->d_name;
+        if (name != "." && name != ".." && !visit(entry->d_name)) return false;
+    }
+}
+
+bool removeEntry(int parent, const char* name);
+
+// As much as can be removed, whatever stays.
+bool removeContents(DIR* folder) {
+    bool allRemoved = true;
+    const bool allRead = forEachEntry(folder, [&](const char* name) {
+        if (!removeEntry(dirfd(folder), name)) allRemoved = false;
+        return true;
+    });
+    return allRead && allRemoved;
+}
+
+bool removeEntry(int parent, const char* name) {
+    if (unlinkat(parent, name, 0) == 0) return true;
+    {
+        const Folder folder = openFolder(parent, name);
+        if (!folder || !removeContents(folder.get())) return false;
+    }
+    return unlinkat(parent, name, AT_REMOVEDIR) == 0;
+}
+
+// Raises the length to that of the longest path in the folder, whose own path has the given length.
+bool measure(DIR* folder, std::size_t length, std::size_t& longest) {
+    return forEachEntry(folder, [&](const char* name) {
+        const std::size_t entryLength = length + 1 + std::string_view(name).size();
+        longest = std::max(longest, entryLength);
+        const Folder inner = openFolder(dirfd(folder), name);
+        if (!inner) return errno == ENOTDIR || errno == ELOOP;
+        return measure(inner.get(), entryLength, longest);
+    });
 }
 
 }  // namespace
@@ -44,9 +110,15 @@ FolderCreation createFolder(const WideString& path) {
 }
 
 bool removeFolderTree(const WideString& path) {
-    std::error_code failed;
-    const auto removed = std::filesystem::remove_all(nativePath(path), failed);
-    return !failed && removed != 0;
+    return removeEntry(AT_FDCWD, nativePath(path).c_str());
+}
+
+std::optional<std::size_t> longestPathIn(const WideString& folder) {
+    const std::string path = wideToUtf8(folder);
+    std::size_t longest = path.size();
+    const Folder opened = openFolder(AT_FDCWD, path.c_str(), 0);
+    if (!opened || !measure(opened.get(), path.size(), longest)) return std::nullopt;
+    return longest;
 }
 
 }  // namespace platform

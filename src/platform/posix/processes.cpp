@@ -10,7 +10,6 @@
 #include <cstddef>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
@@ -42,7 +41,10 @@ struct Status {
 // From a line such as "17 (name) S ...", whose name may hold brackets of its own.
 Status statusOf(const fs::path& process) {
     std::ifstream file(process / "stat");
-    const std::string line{std::istreambuf_iterator<char>(file), {}};
+    std::string line(512, '\0');
+    // Fails, and does not throw, when the process ends just now.
+    file.read(line.data(), static_cast<std::streamsize>(line.size()));
+    line.resize(static_cast<std::size_t>(file.gcount()));
     const std::size_t open = line.find('(');
     const std::size_t close = line.rfind(')');
     if (open == std::string::npos || close < open || close + 2 >= line.size()) return {{}, 'X'};

@@ -19,8 +19,10 @@ class Descriptor {
     ~Descriptor() {
         if (value_ >= 0) close(value_);
     }
+    Descriptor(Descriptor&& other) noexcept : value_(std::exchange(other.value_, -1)) {}
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
+    Descriptor& operator=(Descriptor&&) = delete;
 
     bool valid() const { return value_ >= 0; }
     int value() const { return value_; }
@@ -29,14 +31,19 @@ class Descriptor {
     int value_;
 };
 
-// A shared memory object mapped from its first byte to its last; empty when that fails.
+// 0 also when it cannot be told.
+off_t sizeOf(int descriptor) {
+    struct stat status = {};
+    return fstat(descriptor, &status) == 0 ? status.st_size : 0;
+}
+
+// A shared memory object mapped from its first byte on; empty when that fails.
 class View {
   public:
     View() = default;
-    View(int descriptor, int protection) {
-        struct stat status = {};
-        if (fstat(descriptor, &status) != 0 || status.st_size <= 0) return;
-        const auto size = static_cast<std::size_t>(status.st_size);
+    View(int descriptor, int protection, off_t length) {
+        if (length <= 0) return;
+        const auto size = static_cast<std::size_t>(length);
         void* const base = mmap(nullptr, size, protection, MAP_SHARED, descriptor, 0);
         if (base != MAP_FAILED) bytes_ = {static_cast<std::byte*>(base), size};
     }
@@ -73,21 +80,23 @@ bool reserve(int descriptor, off_t size) {
 }
 
 View mapNew(int descriptor, std::uint32_t size) {
-    if (reserve(descriptor, off_t{size})) return {descriptor, PROT_READ | PROT_WRITE};
+    if (reserve(descriptor, off_t{size})) return {descriptor, PROT_READ | PROT_WRITE, off_t{size}};
     // Whoever opens the block is not to map pages that are not there.
     if (ftruncate(descriptor, 0) != 0) return {};
     return {};
 }
 
-View mapExisting(int descriptor) {
-    struct stat status = {};
-    if (fstat(descriptor, &status) != 0 || !reserve(descriptor, status.st_size)) return {};
-    return {descriptor, PROT_READ | PROT_WRITE};
+// Not more than is wanted: a block that somebody left may claim more memory than there is.
+View mapExisting(int descriptor, std::uint32_t wanted) {
+    const off_t size = std::min(sizeOf(descriptor), off_t{wanted});
+    if (!reserve(descriptor, size)) return {};
+    return {descriptor, PROT_READ | PROT_WRITE, size};
 }
 
 }  // namespace
 
 struct OpenedBlock::Mapping {
+    Descriptor descriptor;
     View view;
 };
 
@@ -97,25 +106,46 @@ OpenedBlock& OpenedBlock::operator=(OpenedBlock&&) noexcept = default;
 OpenedBlock::~OpenedBlock() = default;
 
 std::optional<OpenedBlock> OpenedBlock::open(WideView name, BlockAccess access) {
-    const Descriptor descriptor(shm_open(objectName(name).c_str(), O_RDWR, 0));
+    Descriptor descriptor(shm_open(objectName(name).c_str(), O_RDWR, 0));
     if (!descriptor.valid()) return std::nullopt;
     const int protection = access == BlockAccess::ReadWrite ? PROT_READ | PROT_WRITE : PROT_READ;
-    return OpenedBlock(std::make_unique<Mapping>(Mapping{View(descriptor.value(), protection)}));
+    View view(descriptor.value(), protection, sizeOf(descriptor.value()));
+    return OpenedBlock(
+        std::unique_ptr<Mapping>(new Mapping{std::move(descriptor), std::move(view)}));
 }
 
 std::span<std::byte> OpenedBlock::view() const {
     return mapping_->view.bytes();
 }
 
+std::size_t OpenedBlock::read(std::size_t offset, std::span<std::byte> into) const {
+    const std::ptrdiff_t count =
+        pread(mapping_->descriptor.value(), into.data(), into.size(), static_cast<off_t>(offset));
+    return static_cast<std::size_t>(std::max<std::ptrdiff_t>(count, 0));
+}
+
+void OpenedBlock::write(std::size_t offset, std::span<const std::byte> bytes) const {
+    const off_t size = sizeOf(mapping_->descriptor.value()) - static_cast<off_t>(offset);
+    if (size <= 0) return;
+    const std::size_t taken = std::min(bytes.size(), static_cast<std::size_t>(size));
+    // What the system does not take goes nowhere, as what lies beyond the end.
+    [[maybe_unused]] const std::ptrdiff_t ignored =
+        pwrite(mapping_->descriptor.value(), bytes.data(), taken, static_cast<off_t>(offset));
+}
+
 struct CreatedBlock::Mapping {
-    Mapping(std::string objectsName, bool existed, View objectsView)
-        : name(std::move(objectsName)), alreadyExisted(existed), view(std::move(objectsView)) {}
+    Mapping(std::string objectsName, bool existed, Descriptor object, View objectsView)
+        : name(std::move(objectsName)),
+          alreadyExisted(existed),
+          descriptor(std::move(object)),
+          view(std::move(objectsView)) {}
     ~Mapping() { shm_unlink(name.c_str()); }
     Mapping(const Mapping&) = delete;
     Mapping& operator=(const Mapping&) = delete;
 
     std::string name;
     bool alreadyExisted;
+    Descriptor descriptor;
     View view;
 };
 
@@ -129,19 +159,22 @@ CreatedBlock CreatedBlock::create(WideView name, std::uint32_t size) {
     // The name may go between the two calls, when its owner closes it just then.
     constexpr int tries = 4;
     for (int i = 0; i < tries; ++i) {
-        const Descriptor made(shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600));
+        Descriptor made(shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600));
         if (made.valid()) {
-            return CreatedBlock(
-                std::make_unique<Mapping>(std::move(object), false, mapNew(made.value(), size)));
+            View view = mapNew(made.value(), size);
+            return CreatedBlock(std::make_unique<Mapping>(std::move(object), false, std::move(made),
+                                                          std::move(view)));
         }
         if (errno != EEXIST) break;
-        const Descriptor found(shm_open(object.c_str(), O_RDWR, 0));
+        Descriptor found(shm_open(object.c_str(), O_RDWR, 0));
         if (found.valid() || errno != ENOENT) {
-            return CreatedBlock(std::make_unique<Mapping>(
-                std::move(object), true, found.valid() ? mapExisting(found.value()) : View()));
+            View view = found.valid() ? mapExisting(found.value(), size) : View();
+            return CreatedBlock(std::make_unique<Mapping>(std::move(object), true, std::move(found),
+                                                          std::move(view)));
         }
     }
-    return CreatedBlock(std::make_unique<Mapping>(std::move(object), false, View()));
+    return CreatedBlock(
+        std::make_unique<Mapping>(std::move(object), false, Descriptor(-1), View()));
 }
 
 bool CreatedBlock::alreadyExisted() const {
@@ -149,7 +182,10 @@ bool CreatedBlock::alreadyExisted() const {
 }
 
 std::span<std::byte> CreatedBlock::view() const {
-    return mapping_->view.bytes();
+    const std::span<std::byte> mapped = mapping_->view.bytes();
+    if (mapped.empty()) return mapped;
+    const auto size = static_cast<std::size_t>(sizeOf(mapping_->descriptor.value()));
+    return mapped.first(std::min(mapped.size(), size));
 }
 
 }  // namespace platform

@@ -4,6 +4,7 @@
 
 #include <shlobj.h>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <string>
@@ -21,29 +22,59 @@ struct SearchCloser {
 };
 using Search = std::unique_ptr<std::remove_pointer_t<HANDLE>, SearchCloser>;
 
-bool removeEntry(const std::wstring& path, DWORD attributes);
-
-bool removeContents(const std::wstring& folder) {
+// Calls visit(path, entry) for what is in the folder, as long as that is true. False when it was not, or
+// the folder cannot be read.
+template <class Visit>
+bool forEachEntry(const std::wstring& folder, const Visit& visit) {
     WIN32_FIND_DATAW entry;
     const HANDLE first = FindFirstFileW((folder + L"\\*").c_str(), &entry);
     if (first == INVALID_HANDLE_VALUE) return false;
     const Search search(first);
-    bool allRemoved = true;
     do {
         const std::wstring_view name = entry.cFileName;
         if (name == L"." || name == L"..") continue;
-        if (!removeEntry(folder + L'\\' + entry.cFileName, entry.dwFileAttributes))
-            allRemoved = false;
+        if (!visit(folder + L'\\' + entry.cFileName, entry)) return false;
     } while (FindNextFileW(search.get(), &entry) != 0);
-    return allRemoved;
+    return true;
+}
+
+bool isFolderItself(DWORD attributes) {
+    return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 &&
+           (attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0;
+}
+
+bool removeEntry(const std::wstring& path, DWORD attributes);
+
+// As much as can be removed, whatever stays.
+bool removeContents(const std::wstring& folder) {
+    bool allRemoved = true;
+    const bool allRead =
+        forEachEntry(folder, [&](const std::wstring& path, const WIN32_FIND_DATAW& entry) {
+            if (!removeEntry(path, entry.dwFileAttributes)) allRemoved = false;
+            return true;
+        });
+    return allRead && allRemoved;
 }
 
 bool removeEntry(const std::wstring& path, DWORD attributes) {
     if ((attributes & FILE_ATTRIBUTE_READONLY) != 0)
         SetFileAttributesW(path.c_str(), attributes & ~DWORD{FILE_ATTRIBUTE_READONLY});
     if ((attributes & FILE_ATTRIBUTE_DIRECTORY) == 0) return DeleteFileW(path.c_str()) != 0;
-    if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0 && !removeContents(path)) return false;
+    if (isFolderItself(attributes) && !removeContents(path)) return false;
     return RemoveDirectoryW(path.c_str()) != 0;
+}
+
+std::size_t utf8Length(const std::wstring& path) {
+    return wideToUtf8(WideString(path.begin(), path.end())).size();
+}
+
+// Raises the length to that of the longest path in the folder; `added` is what the folder's own path has
+// beyond the one that is measured.
+bool measure(const std::wstring& folder, std::size_t added, std::size_t& longest) {
+    return forEachEntry(folder, [&](const std::wstring& path, const WIN32_FIND_DATAW& entry) {
+        longest = std::max(longest, utf8Length(path) - added);
+        return !isFolderItself(entry.dwFileAttributes) || measure(path, added, longest);
+    });
 }
 
 }  // namespace
@@ -78,6 +109,16 @@ bool removeFolderTree(const WideString& path) {
         folder.pop_back();
     const DWORD attributes = GetFileAttributesW(folder.c_str());
     return attributes != INVALID_FILE_ATTRIBUTES && removeEntry(folder, attributes);
+}
+
+std::optional<std::size_t> longestPathIn(const WideString& folder) {
+    // Whoever takes the paths takes them as the folder's own is given, long ones too.
+    const std::wstring given(folder.begin(), folder.end());
+    const std::wstring walked = extendedLengthPath(nativePath(folder).native());
+    const std::size_t added = utf8Length(walked) - utf8Length(given);
+    std::size_t longest = utf8Length(given);
+    if (!measure(walked, added, longest)) return std::nullopt;
+    return longest;
 }
 
 }  // namespace platform

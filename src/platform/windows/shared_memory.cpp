@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <algorithm>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -23,6 +25,10 @@ class MappedObject {
         if (base_ != nullptr) UnmapViewOfFile(base_);
         if (handle_ != nullptr) CloseHandle(handle_);
     }
+    MappedObject(MappedObject&& other) noexcept
+        : handle_(std::exchange(other.handle_, nullptr)),
+          base_(std::exchange(other.base_, nullptr)),
+          size_(std::exchange(other.size_, 0)) {}
     MappedObject(const MappedObject&) = delete;
     MappedObject& operator=(const MappedObject&) = delete;
 
@@ -53,11 +59,29 @@ std::optional<OpenedBlock> OpenedBlock::open(WideView name, BlockAccess access) 
     HANDLE const handle = OpenFileMappingW(FILE_MAP_ALL_ACCESS, FALSE, objectName(name).c_str());
     if (handle == nullptr) return std::nullopt;
     const DWORD viewAccess = access == BlockAccess::ReadWrite ? FILE_MAP_ALL_ACCESS : FILE_MAP_READ;
-    return OpenedBlock(std::unique_ptr<Mapping>(new Mapping{{handle, viewAccess}}));
+    // On its own first: there may be no memory for the record.
+    MappedObject object(handle, viewAccess);
+    return OpenedBlock(std::unique_ptr<Mapping>(new Mapping{std::move(object)}));
 }
 
 std::span<std::byte> OpenedBlock::view() const {
     return mapping_->object.bytes();
+}
+
+// A file mapping keeps its size as long as somebody has it.
+std::size_t OpenedBlock::read(std::size_t offset, std::span<std::byte> into) const {
+    const auto bytes = view();
+    if (offset >= bytes.size()) return 0;
+    const std::size_t count = std::min(into.size(), bytes.size() - offset);
+    std::memcpy(into.data(), bytes.data() + offset, count);
+    return count;
+}
+
+void OpenedBlock::write(std::size_t offset, std::span<const std::byte> bytes) const {
+    const auto target = view();
+    if (offset >= target.size()) return;
+    std::memcpy(target.data() + offset, bytes.data(),
+                std::min(bytes.size(), target.size() - offset));
 }
 
 struct CreatedBlock::Mapping {
@@ -76,8 +100,8 @@ CreatedBlock CreatedBlock::create(WideView name, std::uint32_t size) {
     HANDLE const handle =
         CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, 0, size, object.c_str());
     const bool existed = GetLastError() == ERROR_ALREADY_EXISTS && handle != nullptr;
-    return CreatedBlock(
-        std::unique_ptr<Mapping>(new Mapping{existed, {handle, FILE_MAP_ALL_ACCESS}}));
+    MappedObject mapped(handle, FILE_MAP_ALL_ACCESS);
+    return CreatedBlock(std::unique_ptr<Mapping>(new Mapping{existed, std::move(mapped)}));
 }
 
 bool CreatedBlock::alreadyExisted() const {

@@ -121,7 +121,7 @@ class ZipBuilder {
     std::vector<std::byte> bytes() const {
         const std::string text = build();
         const auto* first = reinterpret_cast<const std::byte*>(text.data());
-        return {first, first + text.size()};
+        return std::vector<std::byte>(first, first + text.size());
     }
 
   private:

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "common/files.h"
+#include "preview/image.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
 #include "tests/tools/common/stream_builder.h"
@@ -201,6 +202,85 @@ TEST_F(Inspect, objThatCannotBeWrittenIsNamed) {
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_NE(run.err.find("a.obj: cannot be written: "), std::string::npos) << run.err;
     EXPECT_EQ(std::ranges::count(run.err, '\n'), 1);
+}
+
+q7preview::Image pictureIn(const std::string& file) {
+    return q7preview::readImage(q7tools::readWholeFile(q7tools::pathFromUtf8(file)));
+}
+
+TEST_F(Inspect, drawsAPreview) {
+    const std::string file = save(Scene().build());
+    const std::string png = argument("p.png");
+    const Outcome run = inspect({file, "--preview", png});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_EQ(run.err, "");
+    EXPECT_EQ(run.out, png + ": 960 x 540 pixels, 5 triangles, 1 texture not found\n");
+    EXPECT_EQ(pictureIn(png).size(), (q7preview::Size{960, 540}));
+}
+
+TEST_F(Inspect, previewOfAChosenSizeAndAxis) {
+    const std::string file = save(Scene().build());
+    const std::string png = argument("p.png");
+    EXPECT_EQ(inspect({file, "--preview", png, "--preview-size", "64x32"}).exitCode, 0);
+    const q7preview::Image first = pictureIn(png);
+    EXPECT_EQ(first.size(), (q7preview::Size{64, 32}));
+    EXPECT_EQ(
+        inspect({"--preview", png, "--preview-size=64x32", "--preview-up", "z", file}).exitCode, 0);
+    EXPECT_NE(pictureIn(png), first);
+    EXPECT_EQ(inspect({file, "--preview", png, "--preview-size", "5000x1"}).err,
+              "q7-inspect: usage: --preview-size: \"5000x1\" is no WIDTHxHEIGHT with numbers from "
+              "1 to 4096 (--help tells more)\n");
+}
+
+TEST_F(Inspect, previewByACamera) {
+    Scene scene;
+    scene.instances = {{u"quad", u"Wall"}};
+    const std::string file = save(scene.build());
+    const std::string camera =
+        saveText(R"({"Position":[0.5,0.5,9],"Direction":[0,0,-1]})", "camera.json");
+    const std::string away =
+        saveText(R"({"Position":[0.5,0.5,9],"Direction":[0,0,1]})", "away.json");
+    const std::string png = argument("p.png");
+    const Outcome run =
+        inspect({file, "--preview", png, "--preview-camera", camera, "--preview-size", "9x9"});
+    EXPECT_EQ(run.exitCode, 0);
+    // The middle of the background.
+    constexpr q7preview::Pixel empty{223, 228, 235};
+    EXPECT_NE(pictureIn(png).pixel(4, 4), empty);
+    EXPECT_EQ(pictureIn(png).pixel(2, 4), empty);
+    EXPECT_EQ(
+        inspect({file, "--preview", png, "--preview-camera", away, "--preview-size", "9x9"}).out,
+        png + ": 9 x 9 pixels, 2 triangles; all of it, since the camera sees nothing of it\n");
+    const Outcome none = inspect({file, "--preview", png, "--preview-camera", file});
+    EXPECT_EQ(none.exitCode, 2);
+    EXPECT_EQ(none.err, "q7-inspect: " + file +
+                            ": is no camera, which is a JSON object with Position and Direction\n");
+}
+
+TEST_F(Inspect, previewTellsWhatItLeftOut) {
+    Scene scene;
+    scene.instances.push_back({u"missing", u"Wall"});
+    scene.meshes[1].indices[0] = 7;
+    const std::string file = save(scene.build());
+    const std::string png = argument("p.png");
+    const Outcome run = inspect({file, "--preview", png, "--preview-size", "8x8"});
+    EXPECT_EQ(run.exitCode, 1);
+    EXPECT_EQ(run.out, png + ": 8 x 8 pixels, 4 triangles, 1 texture not found\n");
+    EXPECT_EQ(run.err, "q7-inspect: " + file +
+                           ": left out: 1 instance of missing meshes, 1 unusable triangle "
+                           "(--validate tells more)\n");
+}
+
+TEST_F(Inspect, previewThatCannotBeWrittenLeavesWhatIsThere) {
+    const std::string file = save(Scene().build());
+    const Outcome itself = inspect({file, "--preview", file});
+    EXPECT_EQ(itself.exitCode, 2);
+    EXPECT_EQ(itself.err, "q7-inspect: " + file + ": is the input itself and stays as it is\n");
+    const std::string missing = argument("no folder/p.png");
+    EXPECT_EQ(inspect({file, "--preview", missing, "--preview-size", "8x8"}).exitCode, 2);
+    const std::string old = saveText("old", "p.png");
+    EXPECT_EQ(inspect({saveText("no stream", "b.txt"), "--preview", old}).exitCode, 1);
+    EXPECT_EQ(readFile(folder_ / "p.png"), "old");
 }
 
 TEST_F(Inspect, compareGivesOneLineForTheSameScene) {
@@ -404,19 +484,30 @@ TEST_F(Inspect, damagedTexturesAreToldWithTheirPlace) {
 }
 
 TEST_F(Inspect, badUsageIsOneLine) {
-    const std::vector<std::vector<std::string>> wrong = {{},
-                                                         {"--unknown", "x"},
-                                                         {"a", "b"},
-                                                         {"--json", "--validate", "x"},
-                                                         {"x", "--obj"},
-                                                         {"--obj", "o", "--json", "x"},
-                                                         {"--compare", "x"},
-                                                         {"--link", "x"},
-                                                         {"--order", "x"},
-                                                         {"--compare", "a", "b", "c"},
-                                                         {"--compare", "--json", "a", "b"},
-                                                         {"--compare", "--validate", "a", "b"},
-                                                         {"--compare", "a", "b", "--obj", "o"}};
+    const std::vector<std::vector<std::string>> wrong = {
+        {},
+        {"--unknown", "x"},
+        {"a", "b"},
+        {"--json", "--validate", "x"},
+        {"x", "--obj"},
+        {"--obj", "o", "--json", "x"},
+        {"--compare", "x"},
+        {"--link", "x"},
+        {"--order", "x"},
+        {"--compare", "a", "b", "c"},
+        {"--compare", "--json", "a", "b"},
+        {"--compare", "--validate", "a", "b"},
+        {"--compare", "a", "b", "--obj", "o"},
+        {"x", "--preview"},
+        {"x", "--preview", "p", "--json"},
+        {"x", "--preview", "p", "--validate"},
+        {"x", "--preview", "p", "--obj", "o"},
+        {"x", "y", "--preview", "p", "--compare"},
+        {"x", "--preview-size", "1x1"},
+        {"x", "--preview-camera", "c"},
+        {"x", "--preview-up", "z"},
+        {"x", "--preview", "p", "--preview-up", "x"},
+        {"x", "--preview", "p", "--preview-size", "0x1"}};
     for (const auto& arguments : wrong) {
         const Outcome run = inspect(arguments);
         EXPECT_EQ(run.exitCode, 2);
@@ -436,8 +527,10 @@ TEST_F(Inspect, aSlashStartsAPathAndNoOption) {
 TEST_F(Inspect, helpTeaches) {
     const Outcome run = inspect({"--help"});
     EXPECT_EQ(run.exitCode, 0);
-    for (const char* part : {"Usage: q7-inspect", "--json", "--validate", "--obj OUT", "--all",
-                             "--compare", "--link", "--order", "Examples:", "Exit status:"}) {
+    for (const char* part :
+         {"Usage: q7-inspect", "--json", "--validate", "--obj OUT", "--all", "--compare", "--link",
+          "--order", "--preview OUT.png", "--preview-size WIDTHxHEIGHT", "--preview-camera FILE",
+          "--preview-up AXIS", "Examples:", "Exit status:"}) {
         EXPECT_NE(run.out.find(part), std::string::npos) << part;
     }
     EXPECT_EQ(run.err, "");

@@ -81,6 +81,19 @@ class RunInspect(unittest.TestCase):
         )
         self.assertEqual(sorted(file.name for file in self.folder.iterdir()), ["a.stream", "ö.obj"])
 
+    def test_preview(self) -> None:
+        (self.folder / "a.stream").write_bytes(stream("m"))
+        run = self.run_program("--preview", "ö.png", "--preview-size", "30x20", "a.stream")
+        self.assertEqual((run.returncode, run.stderr), (0, b""))
+        self.assertEqual(run.stdout.decode(), "ö.png: 30 x 20 pixels, 1 triangle\n")
+        png = (self.folder / "ö.png").read_bytes()
+        self.assertEqual(png[:8], b"\x89PNG\r\n\x1a\n")
+        self.assertEqual(struct.unpack(">2I", png[16:24]), (30, 20))
+        self.assertEqual(sorted(file.name for file in self.folder.iterdir()), ["a.stream", "ö.png"])
+        run = self.run_program("--preview", "b.png", "--preview-size", "30", "a.stream")
+        self.assertEqual((run.returncode, run.stdout), (2, b""))
+        self.assertFalse((self.folder / "b.png").exists())
+
     def test_faults(self) -> None:
         (self.folder / "a.stream").write_bytes(stream("m") + b"x")
         run = self.run_program("--validate", "a.stream")

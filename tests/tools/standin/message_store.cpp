@@ -33,6 +33,16 @@ TEST(MessageStore, NumbersInOrder) {
     EXPECT_EQ(folder.content("new/0003-paths.json"), "c");
 }
 
+TEST(MessageStore, ReplacesAFileOfAnyName) {
+    const TestFolder folder;
+    const MessageStore store(folder.path());
+    store.keepAs("a.png", "first");
+    store.keepAs("a.png", "second");
+    EXPECT_EQ(folder.names(), std::vector<std::string>{"a.png"});
+    EXPECT_EQ(folder.content("a.png"), "second");
+    EXPECT_EQ(store.pathOf("a.png"), folder.path() / "a.png");
+}
+
 TEST(MessageStore, GoesOnBehindWhatIsThere) {
     const TestFolder folder;
     MessageStore(folder.path()).keep("a", "json", "");

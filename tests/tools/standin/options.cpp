@@ -169,6 +169,28 @@ TEST(Options, MistakenWindows) {
     EXPECT_EQ(errorOf({"--viewport-title", "1"}), "a title is of use with --window only");
 }
 
+TEST(Options, Preview) {
+    EXPECT_FALSE(optionsOf({"--out", "o"}).preview);
+    const auto plain = optionsOf({"--preview", "--out", "o"}).preview;
+    ASSERT_TRUE(plain);
+    EXPECT_EQ(plain->size, (q7preview::Size{960, 540}));
+    EXPECT_EQ(plain->up, q7preview::Axis::y);
+    const auto chosen =
+        optionsOf({"--preview-up", "z", "--preview-size", "20x10", "--out", "o", "--preview"})
+            .preview;
+    ASSERT_TRUE(chosen);
+    EXPECT_EQ(chosen->size, (q7preview::Size{20, 10}));
+    EXPECT_EQ(chosen->up, q7preview::Axis::z);
+    EXPECT_EQ(errorOf({"--preview"}), "--preview needs --out");
+    for (const char* option : {"--preview-size=1x1", "--preview-up=y"}) {
+        EXPECT_EQ(errorOf({"--out", "o", option}),
+                  "the size and the axis of pictures are of use with --preview only");
+    }
+    EXPECT_EQ(errorOf({"--out", "o", "--preview", "--preview-size", "1x4097"}),
+              "--preview-size: \"1x4097\" is no WIDTHxHEIGHT with numbers from 1 to 4096");
+    EXPECT_NE(errorOf({"--out", "o", "--preview", "--preview-up", "x"}), "");
+}
+
 TEST(Options, Mistakes) {
     EXPECT_NE(errorOf({"--sttaus", "1"}), "");
     EXPECT_NE(errorOf({"--status"}), "");
@@ -191,6 +213,9 @@ TEST(Options, HelpTeaches) {
     ASSERT_NE(help, nullptr);
     EXPECT_NE(help->text.find("Examples:"), std::string::npos);
     EXPECT_NE(help->text.find("--die-at-ack"), std::string::npos);
+    for (const char* part :
+         {"--preview ", "--preview-size", "--preview-up", "--out received --preview"})
+        EXPECT_NE(help->text.find(part), std::string::npos) << part;
     EXPECT_NE(help->text.find("Exit status:"), std::string::npos);
 }
 

@@ -181,6 +181,22 @@ TEST_F(RunningRenderer, ReceivesModelsInBothForms) {
         folder.content("transcript").ends_with("end of connection 2: closed by the client\n\n"));
 }
 
+TEST_F(RunningRenderer, DrawsModelsOnRequest) {
+    options.connections = 1;
+    options.out = folder.path() / "out";
+    options.preview.emplace();
+    options.preview->size = {16, 16};
+    start();
+    {
+        const RawClient client;
+        client.send(StreamBuilder().word(7).text(u"a.skp"));
+        EXPECT_EQ(client.answer(), 0U);
+        EXPECT_TRUE(client.sendModel(false));
+    }
+    EXPECT_EQ(join(), 0);
+    EXPECT_TRUE(folder.content("out/0002-model.png").starts_with("\x89PNG"));
+}
+
 TEST_F(RunningRenderer, TakesThePluginFile) {
     options.publication.flagAfterPlugin = 1;
     start();

@@ -322,6 +322,29 @@ class RunStandin(unittest.TestCase):
             self.assertTrue(client.send_model())
         self.assertEqual(self.finish(process)[0], 0)
 
+    @only_native("the model block is shared memory of this system")
+    def test_pictures(self) -> None:
+        process, port = self.start_ready(
+            "--connections", "2", "--out", "ö", "--preview", "--preview-size", "30x20"
+        )
+        with Client(port) as client:
+            client.send(word(7) + wide("a.skp"))
+            self.assertEqual(client.answer(), word(0))
+            self.assertTrue(client.send_model())
+        camera = {"Position": [0, 0, 9], "Direction": [0, 0, -1], "model_file_path": "a.skp"}
+        with Client(port) as client:
+            client.send(word(12) + wide(json.dumps(camera, separators=(",", ":"), sort_keys=True)))
+        code, out, errors = self.finish(process)
+        self.assertEqual((code, errors), (0, ""), out)
+        self.assertEqual(out.count("drew 0002-model.png: 30 x 20 pixels, 1 triangle\n"), 2)
+        png = (self.folder / "ö/0002-model.png").read_bytes()
+        self.assertEqual(struct.unpack(">2I", png[16:24]), (30, 20))
+
+    def test_pictures_without_a_folder(self) -> None:
+        code, out, errors = self.run_program("--preview")
+        self.assertEqual((code, out), (2, ""))
+        self.assertEqual(errors, "q7-standin: usage: --preview needs --out (--help tells more)\n")
+
     def test_as_the_launcher(self) -> None:
         program = Path(COMMAND[-1])
         launcher = self.folder / ("q7_launcher" + program.suffix)

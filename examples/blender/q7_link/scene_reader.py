@@ -1,0 +1,233 @@
+"""The evaluated scene as records. Geometry is read only when it is asked for."""
+
+import os
+from collections import deque
+from functools import partial
+
+import bpy
+import numpy as np
+from mathutils import Matrix
+
+from .mesh_reader import read_mesh
+from .names import UniqueNames, clean
+from .records import NO_MATERIAL, Placement, Scene, Source
+from .view_reader import CameraPaths, is_light, read_camera, read_light
+
+_PARENTS_THAT_DEFORM = {"ARMATURE", "LATTICE", "CURVE"}
+
+Y_UP = Matrix(((1, 0, 0, 0), (0, 0, 1, 0), (0, -1, 0, 0), (0, 0, 0, 1)))
+
+
+def root_matrix(axes, scale):
+    """What stands above the whole scene. Blender's axes are right-handed with Z up, and stay so."""
+    root = Y_UP if axes == "Y" else Matrix.Identity(4)
+    return Matrix.Scale(scale, 4) @ root
+
+
+def _slots(thing):
+    """The ids of an evaluated object's materials, one for each slot and at least one."""
+    ids = [
+        NO_MATERIAL if slot.material is None else slot.material.original.as_pointer()
+        for slot in thing.material_slots
+    ]
+    return tuple(ids) or (NO_MATERIAL,)
+
+
+def _mesh_materials(mesh, slots):
+    """Modifiers may give a mesh more materials than its object has slots."""
+    if len(mesh.materials) <= len(slots):
+        return slots
+    return tuple(
+        slots[i] if i < len(slots) and slots[i] != NO_MATERIAL else _id_of(material)
+        for i, material in enumerate(mesh.materials)
+    )
+
+
+def _id_of(material):
+    return NO_MATERIAL if material is None else material.original.as_pointer()
+
+
+class SceneReader:
+    """Reads the scene of a view layer again and again, for a live link or once."""
+
+    def __init__(self, axes="Z", scale=1.0, selected=False):
+        self.root = root_matrix(axes, scale)
+        self.scale = scale
+        self.selected = selected
+        self.camera_paths = CameraPaths()
+        self.read_names = deque(maxlen=1000)  # of the objects whose geometry was read last
+        self._paths = UniqueNames("/", "/")
+        self._path_of = {}
+
+    def read(self, context, known=()):
+        """The scene as it is now.
+
+        known: the keys of geometries that are held already. Geometry that Blender made of something else,
+            and which may not outlive this call, is read at once unless its key is among them.
+        """
+        depsgraph = context.evaluated_depsgraph_get()
+        reading = _Reading(self, depsgraph, known)
+        for instance in depsgraph.object_instances:
+            reading.add(instance)
+        self._keep_paths_of(reading.scene.placements)
+        scene = reading.scene
+        scene.transforms = self._transforms(reading.matrices)
+        self._read_cameras(reading.cameras, context.scene, scene)
+        return scene
+
+    def _transforms(self, matrices):
+        if not matrices:
+            return np.empty((0, 4, 4), np.float32)
+        columns = np.array(matrices, np.float64)
+        rooted = np.array(self.root, np.float64) @ columns
+        rooted[~np.isfinite(rooted).all(axis=(1, 2))] = np.eye(4)
+        return np.ascontiguousarray(rooted.transpose(0, 2, 1), np.float32)
+
+    def _read_cameras(self, cameras, scene, records):
+        """The scene's own camera is the first."""
+        cameras.sort(key=lambda camera: camera[0].original != scene.camera)
+        for thing, matrix in cameras:
+            placed = self.root @ matrix
+            camera = read_camera(thing, thing.data, placed, self.scale, scene.render)
+            records.cameras.append(camera)
+        originals = [thing.original for thing, _ in cameras]
+        records.camera_paths = self.camera_paths.read(originals, scene, self.root)
+
+    def path_of(self, id, wanted):
+        """A path that no other object has, and that stays the same while what is wanted does."""
+        known = self._path_of.get(id)
+        if known is not None and known[0] == wanted:
+            return known[1]
+        if known is not None:
+            self._paths.release(known[1])
+        path = self._paths.claim(wanted, "/")
+        self._path_of[id] = (wanted, path)
+        return path
+
+    def _keep_paths_of(self, placements):
+        if len(self._path_of) == len(placements):
+            return
+        kept = {placement.id for placement in placements}
+        for id in [id for id in self._path_of if id not in kept]:
+            self._paths.release(self._path_of.pop(id)[1])
+
+    def parts_of_mesh(self, mesh, materials, name):
+        self.read_names.append(name)
+        return read_mesh(mesh, _mesh_materials(mesh, materials))
+
+    def parts_of_object(self, thing, materials, depsgraph):
+        """thing: as in the file"""
+        evaluated = thing.evaluated_get(depsgraph)
+        if _has_mesh_at_hand(thing):
+            return self.parts_of_mesh(evaluated.data, materials, thing.name)
+        mesh = evaluated.to_mesh()
+        try:
+            return self.parts_of_mesh(mesh, materials, thing.name)
+        finally:
+            evaluated.to_mesh_clear()
+
+
+def _has_mesh_at_hand(thing):
+    """Whether its evaluated data is a whole mesh: in edit mode, and with subdivision on the graphics
+    card, it is not, and to_mesh makes one."""
+    return thing.mode != "EDIT" and len(thing.modifiers) == 0
+
+
+def _shares_data(thing):
+    """Whether nothing but its data makes its geometry."""
+    return (
+        len(thing.modifiers) == 0
+        and thing.data.shape_keys is None
+        and (thing.parent is None or thing.parent_type not in _PARENTS_THAT_DEFORM)
+    )
+
+
+class _Reading:
+    """One walk through the scene. What Blender hands out on it is valid for one step alone."""
+
+    def __init__(self, reader, depsgraph, known):
+        self.reader = reader
+        self.depsgraph = depsgraph
+        self.known = known
+        self.scene = Scene()
+        self.matrices = []
+        self.cameras = []
+        self._paths = {}
+        self._keys = {}
+
+    def add(self, instance):
+        thing = instance.object
+        # Curves, texts and metaballs are followed by the mesh that was made of them.
+        if thing.type == "MESH":
+            if instance.show_self and self._is_wanted(instance):
+                self._add_placement(instance, thing)
+        elif thing.type == "CAMERA" and not instance.is_instance:
+            self.cameras.append((thing, instance.matrix_world.copy()))
+        elif is_light(thing):
+            placed = self.reader.root @ instance.matrix_world
+            self.scene.lights.append(read_light(thing, thing.data, placed))
+
+    def _is_wanted(self, instance):
+        if not self.reader.selected:
+            return True
+        return (instance.parent if instance.is_instance else instance.object).original.select_get()
+
+    def _add_placement(self, instance, thing):
+        original = thing.original
+        parent = instance.parent.original if instance.is_instance else None
+        id, wanted = (original.as_pointer(),), self._path(original)
+        if parent is not None:
+            id = (parent.as_pointer(), *id, *instance.persistent_id)
+            if parent != original:
+                wanted = f"{self._path(parent)}/{_segment(original)}"
+        is_made = parent == original or original.type != "MESH"
+        key = self._made(thing, original) if is_made else self._key(thing, original)
+        path = self.reader.path_of(id, wanted)
+        self.scene.placements.append(Placement(id, key, clean(original.name), path))
+        self.matrices.append(instance.matrix_world.copy())
+
+    def _path(self, original):
+        path = self._paths.get(original)
+        if path is None:
+            above = "" if original.parent is None else self._path(original.parent)
+            path = self._paths[original] = f"{above}/{_segment(original)}"
+        return path
+
+    def _key(self, thing, original):
+        found = self._keys.get(original)
+        if found is not None:
+            return found
+        slots = _slots(thing)
+        if _shares_data(original):
+            data = original.data.as_pointer()
+            owners = {data}
+            key = ("data", data, slots)
+        else:
+            owners = {original.as_pointer(), original.data.as_pointer()}
+            key = ("object", original.as_pointer(), slots)
+        if key not in self.scene.sources:
+            read = partial(self.reader.parts_of_object, original, slots, self.depsgraph)
+            self.scene.sources[key] = Source(frozenset(owners), read)
+        self._keys[original] = key
+        return key
+
+    def _made(self, thing, original):
+        """Geometry that Blender made of something else, and placed: by modifiers, or of a curve."""
+        slots = _slots(thing)
+        key = ("made", original.as_pointer(), thing.data.as_pointer(), slots)
+        if key not in self.scene.sources:
+            owners = frozenset({original.as_pointer(), original.data.as_pointer()})
+            parts = []
+            if key not in self.known:
+                parts = self.reader.parts_of_mesh(thing.data, slots, original.name)
+            self.scene.sources[key] = Source(owners, lambda: parts)
+        return key
+
+
+def _segment(thing):
+    return clean(thing.name).replace("/", "@")
+
+
+def model_file():
+    """The path by which the renderer knows the scene."""
+    return bpy.data.filepath or os.path.join(bpy.app.tempdir, "untitled.blend")

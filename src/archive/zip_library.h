@@ -1,0 +1,46 @@
+// The functions of the zip library that make an archive.
+#pragma once
+
+#include <cstdint>
+
+// Each of these needs the types of those before it.
+#include <mz.h>
+#include <mz_strm.h>
+#include <mz_zip.h>
+#include <mz_zip_rw.h>
+
+#if defined(Q7_ZIP_LIBRARY)
+#include "platform/private_library.h"
+#endif
+
+// Loaded from the file that the build names as Q7_ZIP_LIBRARY, for as long as the object lives, so that a
+// host's own zip library is not called instead; where the build names none, linked.
+struct ZipLibrary {
+#if defined(Q7_ZIP_LIBRARY)
+    explicit ZipLibrary(const char* fileName = Q7_ZIP_LIBRARY) : file(fileName) {}
+
+    // Whether all functions are there.
+    bool isComplete() const {
+        return create && destroy && setMethod && setLevel && open && addPath && close;
+    }
+
+    const platform::PrivateLibrary file;
+#define Q7_ZIP_FUNCTION(name) file.find<decltype(name)>(#name)
+#else
+    static bool isComplete() {
+        return true;
+    }
+#define Q7_ZIP_FUNCTION(name) name
+#endif
+
+    decltype(&mz_zip_writer_create) const create = Q7_ZIP_FUNCTION(mz_zip_writer_create);
+    decltype(&mz_zip_writer_delete) const destroy = Q7_ZIP_FUNCTION(mz_zip_writer_delete);
+    decltype(&mz_zip_writer_set_compress_method) const setMethod =
+        Q7_ZIP_FUNCTION(mz_zip_writer_set_compress_method);
+    decltype(&mz_zip_writer_set_compress_level) const setLevel =
+        Q7_ZIP_FUNCTION(mz_zip_writer_set_compress_level);
+    decltype(&mz_zip_writer_open_file) const open = Q7_ZIP_FUNCTION(mz_zip_writer_open_file);
+    decltype(&mz_zip_writer_add_path) const addPath = Q7_ZIP_FUNCTION(mz_zip_writer_add_path);
+    decltype(&mz_zip_writer_close) const close = Q7_ZIP_FUNCTION(mz_zip_writer_close);
+#undef Q7_ZIP_FUNCTION
+};

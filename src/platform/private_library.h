@@ -1,0 +1,34 @@
+// A shared library that is loaded by the code that needs it, for itself alone.
+#pragma once
+
+#include <string>
+
+namespace platform {
+
+// Its names mix with those of no other library. A host may well have another build or version of the
+// same library, or functions of the same names: a library that is linked would call the host's on POSIX,
+// and on Windows be given whatever library of the file's name was loaded first.
+class PrivateLibrary {
+  public:
+    // Looks for the file beside the library or program that this code is in, then where the system looks.
+    explicit PrivateLibrary(const std::string& fileName);
+    ~PrivateLibrary();
+    PrivateLibrary(const PrivateLibrary&) = delete;
+    PrivateLibrary& operator=(const PrivateLibrary&) = delete;
+
+    bool isLoaded() const { return handle_ != nullptr; }
+
+    // Null when it is not loaded or has no function of that name; also in a host that has one of that
+    // name and an allocator of its own, where the two cannot be kept apart.
+    template <class Function>
+    Function* find(const char* name) const {
+        return reinterpret_cast<Function*>(findAddress(name));
+    }
+
+  private:
+    void* findAddress(const char* name) const;
+
+    void* handle_ = nullptr;
+};
+
+}  // namespace platform
