@@ -55,7 +55,10 @@ install(DIRECTORY bindings/python DESTINATION ${data_folder}
   PATTERN tests EXCLUDE PATTERN __pycache__ EXCLUDE PATTERN build EXCLUDE
   PATTERN *.egg-info EXCLUDE PATTERN .gitignore EXCLUDE)
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/q7plugin)
-install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/q7plugin FILES_MATCHING PATTERN *.md)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/q7plugin FILES_MATCHING
+  PATTERN *.md PATTERN *.png PATTERN *.svg)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/q7plugin
+  PATTERN tests EXCLUDE PATTERN __pycache__ EXCLUDE)
 
 # q7_licence(NAME PACKAGE): the licence of something that is linked in, as its package has it.
 function(q7_licence name package)
@@ -69,6 +72,7 @@ function(q7_licence name package)
 endfunction()
 q7_licence(nlohmann-json nlohmann-json3-dev)
 q7_licence(cli11 libcli11-dev)
+q7_licence(stb libstb-dev)
 if(MINGW)
   q7_licence(gcc-runtime gcc-mingw-w64-x86-64-posix-runtime)
   q7_licence(mingw-w64-runtime mingw-w64-common)

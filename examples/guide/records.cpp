@@ -31,7 +31,7 @@ void fillMetadataAndCamera(void* session) {
                               Q7_TEXT("A. N. Other"));
     setFloats(session, Camera, nullptr, Q7_TEXT("Position"), {4, -6, 2});
     setFloats(session, Camera, nullptr, Q7_TEXT("Direction"), {-4, 6, -1});
-    Q7SetEntityFloatProperty(session, Camera, nullptr, Q7_TEXT("FOV"), 45);
+    Q7SetEntityFloatProperty(session, Camera, nullptr, Q7_TEXT("FieldOfView"), 45);
 }
 
 void fillLightsAndScenes(void* session) {

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Runs clang-tidy with the project's .clang-tidy over the sources of a build.
 
-    tidy.py BUILD_FOLDER [WORD...]
+    tidy.py [-jN] BUILD_FOLDER [WORD...]
 
-BUILD_FOLDER holds the compile_commands.json of a build by GCC or Clang. With words, only the files
+N runs at once, as many as there are processors when it is not told. BUILD_FOLDER holds the compile_commands.json of a build by GCC or Clang. With words, only the files
 whose path has one of them. Prints what is found; the exit code is 1 when anything is.
 
 Most of the time goes into the system's headers, so the sources of a folder are read in bundles. A
@@ -13,6 +13,7 @@ printed always comes from a file by itself.
 
 import json
 import os
+import re
 import shlex
 import shutil
 import subprocess
@@ -103,8 +104,11 @@ class Checker:
 
 
 def main(arguments: list[str]) -> int:
-    if not arguments:
-        print("usage: tidy.py BUILD_FOLDER [WORD...]", file=sys.stderr)
+    jobs = os.cpu_count()
+    if arguments and re.fullmatch(r"-j\d+", arguments[0]):
+        jobs = int(arguments.pop(0)[2:])
+    if not arguments or not jobs:
+        print("usage: tidy.py [-jN] BUILD_FOLDER [WORD...]", file=sys.stderr)
         return 2
     build = Path(arguments[0]).resolve()
     files = sources(build, arguments[1:])
@@ -112,7 +116,7 @@ def main(arguments: list[str]) -> int:
         print(f"tidy: {build}/compile_commands.json names no source to check", file=sys.stderr)
         return 1
     checker = Checker(build, files)
-    with ThreadPoolExecutor(os.cpu_count()) as pool:
+    with ThreadPoolExecutor(jobs) as pool:
         results = [each for some in pool.map(checker.check, bundles(files)) for each in some]
     # A header's finding comes with every file that includes it.
     findings = dict.fromkeys(text.strip() for _, text in results if text.strip())

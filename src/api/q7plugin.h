@@ -27,7 +27,7 @@
  *   zero) and signals stay as the host has them and change no byte of what is written; a pipe whose
  *   reader has gone does not end the process. errno and the last error of Windows mean nothing to the
  *   library, and a call may leave anything in them: save what you need. 256 KiB of stack are enough.
- * - Threads: no function takes a lock. A session belongs to one thread at a time; several sessions may
+ * - Threads: no function takes a lock that a host could wait for. A session belongs to one thread at a time; several sessions may
  *   build and save on several threads at once. Shared by all sessions of the process without
  *   protection, so that only one thread at a time may call what uses it:
  *     - the text of Q7SetDccPluginInfo: every save and send reads it
@@ -429,7 +429,9 @@ Q7_API void MaxEndNode(void* session);
 Q7_API void MaxAddTriangle(void* session, const Q7Char* materialName, const float* positions,
                            const float* normals, const float* uvs);
 
-/** Adds triangles without indices to the open node: MaxAddIndexTriangles with no indices. */
+/** Adds triangles without indices to the open node: MaxAddIndexTriangles with no indices. Where the
+ *  material also gets triangles with indices in this node, its vertices without any belong to no triangle:
+ *  do not mix the two. */
 Q7_API void MaxAddTriangles(void* session, const Q7Char* materialName, int triangleCount,
                             const float* positions, const float* normals, const float* uvs,
                             CoordOrder order);

@@ -19,9 +19,13 @@ struct ZipLibrary {
 #if defined(Q7_ZIP_LIBRARY)
     explicit ZipLibrary(const char* fileName = Q7_ZIP_LIBRARY) : file(fileName) {}
 
-    // Whether all functions are there.
+    // Whether all functions are there, and call their own kind.
     bool isComplete() const {
-        return create && destroy && setMethod && setLevel && open && addPath && close;
+        return create && destroy && setMethod && setLevel && open && addPath && close &&
+               file.reaches({"mz_zip_writer_create", "mz_zip_writer_add_path", "mz_zip_create",
+                             "mz_zip_entry_write_open", "mz_stream_open", "mz_stream_write",
+                             "mz_stream_os_create", "mz_os_open_dir", "mz_path_combine",
+                             "deflateInit2_", "deflate", "deflateEnd", "crc32"});
     }
 
     const platform::PrivateLibrary file;

@@ -17,7 +17,11 @@ std::string firstLine(const WideString& path) {
     std::string line;
     // Only so does a lack of memory reach the caller, and not an id that is cut short.
     file.exceptions(std::ios::badbit);
-    std::getline(file, line);
+    try {
+        std::getline(file, line);
+    } catch (const std::ios_base::failure&) {
+        // What could be read is the line.
+    }
     return line;
 }
 

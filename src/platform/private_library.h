@@ -1,6 +1,7 @@
 // A shared library that is loaded by the code that needs it, for itself alone.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 
 namespace platform {
@@ -18,12 +19,15 @@ class PrivateLibrary {
 
     bool isLoaded() const { return handle_ != nullptr; }
 
-    // Null when it is not loaded or has no function of that name; also in a host that has one of that
-    // name and an allocator of its own, where the two cannot be kept apart.
+    // Null when it is not loaded or has no function of that name.
     template <class Function>
     Function* find(const char* name) const {
         return reinterpret_cast<Function*>(findAddress(name));
     }
+
+    // Whether calls within the library, and to what it needs, reach these functions there and not ones of
+    // the host.
+    bool reaches(std::initializer_list<const char*> names) const;
 
   private:
     void* findAddress(const char* name) const;

@@ -30,8 +30,8 @@ class OpenedBlock {
     // the block's owner has cut off meanwhile is ended by the system.
     std::span<std::byte> view() const;
 
-    // Copies of the bytes from there on, and how many there were, and the other way round. Whatever the
-    // block's owner does, the process goes on.
+    // Copies of the bytes from there on, and how many there were; and the other way round, all or, where
+    // the block is too short, none. Whatever the block's owner does, the process goes on.
     std::size_t read(std::size_t offset, std::span<std::byte> into) const;
     void write(std::size_t offset, std::span<const std::byte> bytes) const;
 

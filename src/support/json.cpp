@@ -73,6 +73,7 @@ std::string Json::dump() const {
     return text;
 }
 
+// NOLINTNEXTLINE(misc-no-recursion): the library's messages are four levels deep.
 void Json::appendTo(std::string& text) const {
     if (const auto* const object = std::get_if<Object>(&value_)) {
         char before = '{';

@@ -105,6 +105,13 @@ class TidyTest(unittest.TestCase):
             self.add(f"src/model/f{i}.cpp")
         self.assertEqual(len(self.run_tidy()[2]), 3)
 
+    def test_number_of_runs_at_once_may_be_told(self):
+        self.add("src/model/a.cpp")
+        self.run_tidy()
+        for told, code in (("-j1", 0), ("-j3", 0), ("-j0", 2)):
+            with redirect_stdout(io.StringIO()):
+                self.assertEqual(tidy.main([told, str(self.build)]), code)
+
     def test_build_without_sources_is_a_fault(self):
         self.assertEqual(self.run_tidy()[0], 1)
 

@@ -68,7 +68,12 @@ ELSEWHERE = [
         [],
     ),
     (
-        r"pip install bindings/python",
+        r"cpack --config build/(linux|windows)/CPackConfig\.cmake",
+        "it packs the build itself; a test packs it elsewhere",
+        ["packages_install"],
+    ),
+    (
+        r"python3 -m venv --system-site-packages build/venv|build/venv/bin/pip install bindings/python",
         "it changes the machine; a test installs into a folder of its own",
         ["python_bindings"],
     ),

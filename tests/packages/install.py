@@ -46,6 +46,9 @@ def expected_files(windows):
         "share/doc/q7plugin/docs/guide.md",
         "share/doc/q7plugin/licences/nlohmann-json.txt",
         "share/doc/q7plugin/licences/cli11.txt",
+        "share/doc/q7plugin/licences/stb.txt",
+        "share/doc/q7plugin/docs/preview.png",
+        "share/doc/q7plugin/examples/guide/nodes.cpp",
     ]
     if windows:
         return names + [

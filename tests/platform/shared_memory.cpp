@@ -207,10 +207,14 @@ TEST(SharedMemory, BytesAreCopiedAsFarAsTheBlockGoes) {
     EXPECT_EQ(opened->read(1U << 20, bytes), 0U);
     EXPECT_EQ(opened->read(0, {}), 0U);
     const std::string text = "seen and more";
+    const auto seen = std::as_bytes(std::span(text)).first(4);
     opened->write(4092, std::as_bytes(std::span(text)));
-    opened->write(4096, std::as_bytes(std::span(text)));
-    opened->write(0, std::as_bytes(std::span(text)).first(3));
+    opened->write(4093, seen);
+    opened->write(4096, seen);
     EXPECT_EQ(created.view().size(), 4096U);
+    EXPECT_EQ(get(created.view().subspan(4092), 4), "tail");
+    opened->write(4092, seen);
+    opened->write(0, seen.first(3));
     EXPECT_EQ(get(created.view(), 4), "seee");
     EXPECT_EQ(get(created.view().subspan(4092), 4), "seen");
 }

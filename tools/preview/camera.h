@@ -25,7 +25,7 @@ struct SceneCamera {
 
 // Of the text of a camera message, with the properties that q7-send writes, and FOV for FieldOfView.
 // Nothing when it has no Position and Direction of three numbers.
-std::optional<SceneCamera> readCamera(std::string_view json);
+std::optional<SceneCamera> readCamera(std::string_view text);
 
 // What a picture shows. In a view x goes to the right, y up, and z away from the viewer.
 struct View {

@@ -92,7 +92,7 @@ double readOpacity(WideView text) {
 
 bool holds(std::string_view name, std::initializer_list<std::string_view> words) {
     return std::ranges::any_of(
-        words, [name](std::string_view word) { return name.find(word) != name.npos; });
+        words, [name](std::string_view word) { return name.find(word) != std::string_view::npos; });
 }
 
 bool isTextureName(std::string_view name) {
@@ -133,7 +133,7 @@ Pixel colorOfName(WideView name) {
     const std::uint64_t hash = hashKey(name) * 0x9E3779B97F4A7C15;
     // Around the circle of colours, which has six parts of 256 steps.
     constexpr unsigned steps = 256;
-    const auto hue = static_cast<unsigned>((hash >> 32) % (6 * steps));
+    const auto hue = static_cast<unsigned>((hash >> 32) % std::uint64_t{6 * steps});
     const unsigned rising = hue % steps;
     const unsigned falling = steps - 1 - rising;
     constexpr unsigned full = steps - 1;

@@ -89,7 +89,8 @@ bool isOpaqueAt(const Surface& surface, int x, int y, std::size_t sample) {
     if (surface.opacity >= 1) return true;
     const auto step =
         static_cast<unsigned>(sample) + static_cast<unsigned>(3 * x + 5 * y) + 5 * surface.number;
-    return (step % Rasteriser::samples + 0.5) / Rasteriser::samples < surface.opacity;
+    constexpr auto inAPixel = static_cast<unsigned>(Rasteriser::samples);
+    return (step % inAPixel + 0.5) / inAPixel < surface.opacity;
 }
 
 }  // namespace
@@ -276,7 +277,7 @@ Pixel Rasteriser::blend(std::size_t place, const Pixel& behind) const {
             light += value * value;
         }
         blended[channel] =
-            static_cast<std::uint8_t>(std::sqrt(light / static_cast<double>(samples)) + 0.5);
+            static_cast<std::uint8_t>(std::lround(std::sqrt(light / static_cast<double>(samples))));
     }
     return blended;
 }
@@ -289,12 +290,12 @@ Image Rasteriser::finish() const {
     Image image(size_);
     inRows([&](int first, int last) {
         for (int y = first; y < last; ++y) {
-            const Pixel behind = background((y + 0.5) / size_.height);
+            const Pixel sky = background((y + 0.5) / size_.height);
             for (int x = 0; x < size_.width; ++x) {
                 const std::size_t place =
                     static_cast<std::size_t>(y) * static_cast<std::size_t>(size_.width) +
                     static_cast<std::size_t>(x);
-                image.setPixel(x, y, blend(place, behind));
+                image.setPixel(x, y, blend(place, sky));
             }
         }
     });

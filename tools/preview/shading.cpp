@@ -1,6 +1,7 @@
 #include "preview/shading.h"
 
 #include <algorithm>
+#include <cmath>
 
 namespace q7preview {
 
@@ -37,7 +38,7 @@ Color shade(const Color& base, const Vector& normal, const Vector& toViewer, con
 Pixel background(double down) {
     Pixel pixel{};
     for (std::size_t i = 0; i < pixel.size(); ++i) {
-        pixel[i] = static_cast<std::uint8_t>(top[i] + (bottom[i] - top[i]) * down + 0.5);
+        pixel[i] = static_cast<std::uint8_t>(std::lround(top[i] + (bottom[i] - top[i]) * down));
     }
     return pixel;
 }

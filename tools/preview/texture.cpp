@@ -63,7 +63,7 @@ Color colorOf(const Pixel& pixel) {
 }
 
 std::uint8_t toScreen(double light) {
-    return static_cast<std::uint8_t>(std::sqrt(std::clamp(light, 0.0, 1.0)) * 255 + 0.5);
+    return static_cast<std::uint8_t>(std::lround(std::sqrt(std::clamp(light, 0.0, 1.0)) * 255));
 }
 
 Texture::Texture(const Image& image) {
@@ -84,8 +84,11 @@ std::size_t Texture::bytes() const {
 
 std::size_t Texture::levelFor(double texturePixels) const {
     std::size_t level = 0;
-    for (double left = texturePixels; left > 2 && level + 1 < levels_.size(); left /= 4)
+    double left = texturePixels;
+    while (left > 2 && level + 1 < levels_.size()) {
+        left /= 4;
         ++level;
+    }
     return level;
 }
 

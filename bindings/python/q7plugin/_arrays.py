@@ -247,8 +247,13 @@ def few_floats(value: Any, what: str, shapes: Shapes = ()) -> "FloatArray[ctypes
         numbers, shape = _numbers_of(value, what)
         copy = (ctypes.c_float * len(numbers))(*numbers)
     else:
-        shape = _checked(view, what, FLOAT32).shape or ()
-        copy = (ctypes.c_float * (view.nbytes // FLOAT32.size)).from_buffer_copy(view)
+        if view.format == "d":
+            # It is copied anyway.
+            numbers, shape = _numbers_of(view.tolist(), what)
+            copy = (ctypes.c_float * len(numbers))(*numbers)
+        else:
+            shape = _checked(view, what, FLOAT32).shape or ()
+            copy = (ctypes.c_float * (view.nbytes // FLOAT32.size)).from_buffer_copy(view)
     if shapes and shape not in shapes:
         wanted = " or ".join(str(allowed) for allowed in shapes)
         raise ValueError(f"{what}: shape {wanted} is wanted, not {shape}")

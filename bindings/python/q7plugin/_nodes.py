@@ -82,6 +82,12 @@ class Node:
         if not self.session.closed:
             self.session.end_node()
 
+    def _require_open(self) -> None:
+        if self.session._node is not self:
+            raise RuntimeError(
+                f"node {self.name!r}: not open; add triangles inside of its with block"
+            )
+
     def add_triangle(
         self,
         material: str,
@@ -89,7 +95,8 @@ class Node:
         normals: Optional[Floats] = None,
         uvs: Optional[Floats] = None,
     ) -> None:
-        """See Session.add_triangle."""
+        """See Session.add_triangle. Raises RuntimeError outside of the node's `with` block."""
+        self._require_open()
         self.session.add_triangle(material, positions, normals, uvs)
 
     def add_triangles(
@@ -100,7 +107,8 @@ class Node:
         uvs: Optional[Buffer] = None,
         order: CoordOrder = _XYZ,
     ) -> None:
-        """See Session.add_triangles."""
+        """See Session.add_triangles. Raises RuntimeError outside of the node's `with` block."""
+        self._require_open()
         self.session.add_triangles(material, positions, normals, uvs, order)
 
     def add_index_triangles(
@@ -112,7 +120,8 @@ class Node:
         indices: Optional[Buffer] = None,
         order: CoordOrder = _XYZ,
     ) -> None:
-        """See Session.add_index_triangles."""
+        """See Session.add_index_triangles. Raises RuntimeError outside of the node's `with` block."""
+        self._require_open()
         self.session.add_index_triangles(material, positions, normals, uvs, indices, order)
 
 
@@ -226,6 +235,9 @@ class NodeMethods(SessionBase):
         order: CoordOrder = _XYZ,
     ) -> None:
         """Adds n triangles without indices to the open node: add_index_triangles with no indices.
+
+        Where the material also gets triangles with indices in this node, vertices without any belong to
+        no triangle: do not mix the two.
 
         positions: float32, 3 a vertex, 9 a triangle: (n, 9), (n, 3, 3), (3 n, 3) or flat
         normals: float32, of as many values, or None for none

@@ -168,7 +168,7 @@ class FewFloats(unittest.TestCase):
             (range(12), ValueError, r"^t: shape \(4, 4\) or \(16,\) is wanted, not \(12,\)$"),
             ([[1, 2]] * 8, ValueError, r"not \(8, 2\)$"),
             ([[1] * 4] * 3 + [[1] * 3], ValueError, "^t: the rows differ in length$"),
-            (array.array("d", range(16)), TypeError, "^t: float32 is wanted, not float64$"),
+            (array.array("i", range(16)), TypeError, "^t: float32 is wanted, not int32$"),
             (bytes(64), TypeError, "^t: float32 is wanted, not uint8$"),
             ("a" * 16, TypeError, "^t: floats are wanted, not str$"),
             (["a"] * 16, TypeError, "^t: floats are wanted, not str$"),

@@ -90,6 +90,22 @@ class Lifetime(LibraryTest):
 
 
 class Nodes(LibraryTest):
+    def test_triangles_belong_inside_of_the_block(self):
+        node = self.session.node("Node")
+        with self.assertRaisesRegex(RuntimeError, "^node 'Node': not open; add triangles inside of"):
+            node.add_triangles("Red", CORNERS)
+        with node:
+            node.add_triangles("Red", CORNERS)
+        for add in (node.add_triangle, node.add_triangles, node.add_index_triangles):
+            with self.assertRaises(RuntimeError):
+                add("Red", CORNERS)
+        self.assertEqual(self.session.instance_count(), 1)
+
+    def test_transform_may_be_of_doubles(self):
+        with self.session.node("Node", array.array("d", MOVED)) as node:
+            node.add_triangles("Red", CORNERS)
+        self.assertEqual(self.saved().instances[0]["transform"], tuple(MOVED))
+
     def test_a_node_is_ended_with_its_block(self):
         recorder = self.record()
         with self.session.node("Node", MOVED, "/path", 1) as node:
@@ -199,7 +215,7 @@ class Nodes(LibraryTest):
             (("a", None, None, -1), ValueError),
             (("a", None, None, 2**32), ValueError),
             (("a", None, None, 1.5), TypeError),
-            (("a", array.array("d", MOVED)), TypeError),
+            (("a", array.array("i", MOVED)), TypeError),
         ):
             with self.assertRaises(error):
                 self.session.begin_node(*arguments)

@@ -170,6 +170,15 @@ class Q7_OT_run_job(JobOperator, bpy.types.Operator):
         return steps
 
 
+def _file_of(path):
+    """The whole path of a file that is told as Blender does, "//" being the folder of the scene."""
+    if path.startswith("//") and not bpy.data.filepath:
+        raise library.LinkFault(
+            f"{path}: the scene has no folder yet; save it first, or give a whole path"
+        )
+    return bpy.path.abspath(path)
+
+
 class _ExportOperator(JobOperator, ExportHelper):
     in_pieces: BoolProperty(options={"HIDDEN", "SKIP_SAVE"})
 
@@ -180,7 +189,10 @@ class _ExportOperator(JobOperator, ExportHelper):
     def execute(self, context):
         if not self.in_pieces:
             return JobOperator.execute(self, context)
-        Q7_OT_run_job.pending = self.steps(context)
+        try:
+            Q7_OT_run_job.pending = self.steps(context)
+        except Exception as error:
+            return self._fail(error)
         bpy.ops.q7.run_job("INVOKE_DEFAULT")
         return {"FINISHED"}
 
@@ -194,7 +206,7 @@ class Q7_OT_export_stream(_ExportOperator, bpy.types.Operator):
     filter_glob: StringProperty(default="*.q7mesh", options={"HIDDEN"})
 
     def steps(self, context):
-        return link.export_stream(context, options_of(context), bpy.path.abspath(self.filepath))
+        return link.export_stream(context, options_of(context), _file_of(self.filepath))
 
 
 class Q7_OT_export_archive(_ExportOperator, bpy.types.Operator):
@@ -206,7 +218,7 @@ class Q7_OT_export_archive(_ExportOperator, bpy.types.Operator):
     filter_glob: StringProperty(default="*.q7a", options={"HIDDEN"})
 
     def steps(self, context):
-        return link.export_archive(context, options_of(context), bpy.path.abspath(self.filepath))
+        return link.export_archive(context, options_of(context), _file_of(self.filepath))
 
 
 CLASSES = (

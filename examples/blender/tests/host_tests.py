@@ -1041,6 +1041,10 @@ class FaultTest(HostTest):
 
 
 class Faults(FaultTest):
+    def test_a_scene_without_a_folder_has_no_files_beside_it(self):
+        self.assertEqual(bpy.data.filepath, "")
+        self.fails(lambda: bpy.ops.q7.export_stream(filepath="//scene.q7mesh"), "no folder yet")
+
     def test_no_renderer(self):
         self.fails(bpy.ops.q7.send, "Q7 Render does not run, and no installation of it was found")
         self.expect_closed()

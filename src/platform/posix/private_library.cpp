@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <link.h>
 
+#include <algorithm>
 #include <string_view>
 
 #include "platform/executable_path.h"
@@ -58,11 +59,15 @@ PrivateLibrary::~PrivateLibrary() {
 }
 
 void* PrivateLibrary::findAddress(const char* name) const {
-    void* const found = handle_ != nullptr ? dlsym(handle_, name) : nullptr;
-    if (ownNamesFirst() != 0) return found;
-    // Its own calls would go to the host's function of that name: better none than that.
-    void* const ofTheProcess = dlsym(RTLD_DEFAULT, name);
-    return ofTheProcess == nullptr || ofTheProcess == found ? found : nullptr;
+    return handle_ != nullptr ? dlsym(handle_, name) : nullptr;
+}
+
+bool PrivateLibrary::reaches(std::initializer_list<const char*> names) const {
+    if (ownNamesFirst() != 0) return true;
+    return std::all_of(names.begin(), names.end(), [this](const char* name) {
+        void* const ofTheProcess = dlsym(RTLD_DEFAULT, name);
+        return ofTheProcess == nullptr || ofTheProcess == findAddress(name);
+    });
 }
 
 }  // namespace platform

@@ -20,9 +20,12 @@ class Descriptor {
         if (value_ >= 0) close(value_);
     }
     Descriptor(Descriptor&& other) noexcept : value_(std::exchange(other.value_, -1)) {}
+    Descriptor& operator=(Descriptor&& other) noexcept {
+        std::swap(value_, other.value_);
+        return *this;
+    }
     Descriptor(const Descriptor&) = delete;
     Descriptor& operator=(const Descriptor&) = delete;
-    Descriptor& operator=(Descriptor&&) = delete;
 
     bool valid() const { return value_ >= 0; }
     int value() const { return value_; }
@@ -51,9 +54,12 @@ class View {
         if (!bytes_.empty()) munmap(bytes_.data(), bytes_.size());
     }
     View(View&& other) noexcept : bytes_(std::exchange(other.bytes_, {})) {}
+    View& operator=(View&& other) noexcept {
+        std::swap(bytes_, other.bytes_);
+        return *this;
+    }
     View(const View&) = delete;
     View& operator=(const View&) = delete;
-    View& operator=(View&&) = delete;
 
     std::span<std::byte> bytes() const { return bytes_; }
 
@@ -96,6 +102,9 @@ View mapExisting(int descriptor, std::uint32_t wanted) {
 }  // namespace
 
 struct OpenedBlock::Mapping {
+    Mapping(Descriptor object, View objectsView)
+        : descriptor(std::move(object)), view(std::move(objectsView)) {}
+
     Descriptor descriptor;
     View view;
 };
@@ -110,8 +119,7 @@ std::optional<OpenedBlock> OpenedBlock::open(WideView name, BlockAccess access) 
     if (!descriptor.valid()) return std::nullopt;
     const int protection = access == BlockAccess::ReadWrite ? PROT_READ | PROT_WRITE : PROT_READ;
     View view(descriptor.value(), protection, sizeOf(descriptor.value()));
-    return OpenedBlock(
-        std::unique_ptr<Mapping>(new Mapping{std::move(descriptor), std::move(view)}));
+    return OpenedBlock(std::make_unique<Mapping>(std::move(descriptor), std::move(view)));
 }
 
 std::span<std::byte> OpenedBlock::view() const {
@@ -125,27 +133,22 @@ std::size_t OpenedBlock::read(std::size_t offset, std::span<std::byte> into) con
 }
 
 void OpenedBlock::write(std::size_t offset, std::span<const std::byte> bytes) const {
-    const off_t size = sizeOf(mapping_->descriptor.value()) - static_cast<off_t>(offset);
-    if (size <= 0) return;
-    const std::size_t taken = std::min(bytes.size(), static_cast<std::size_t>(size));
+    const auto end = static_cast<off_t>(offset + bytes.size());
+    if (sizeOf(mapping_->descriptor.value()) < end) return;
     // What the system does not take goes nowhere, as what lies beyond the end.
-    [[maybe_unused]] const std::ptrdiff_t ignored =
-        pwrite(mapping_->descriptor.value(), bytes.data(), taken, static_cast<off_t>(offset));
+    [[maybe_unused]] const std::ptrdiff_t ignored = pwrite(
+        mapping_->descriptor.value(), bytes.data(), bytes.size(), static_cast<off_t>(offset));
 }
 
 struct CreatedBlock::Mapping {
-    Mapping(std::string objectsName, bool existed, Descriptor object, View objectsView)
-        : name(std::move(objectsName)),
-          alreadyExisted(existed),
-          descriptor(std::move(object)),
-          view(std::move(objectsView)) {}
+    explicit Mapping(std::string objectsName) : name(std::move(objectsName)) {}
     ~Mapping() { shm_unlink(name.c_str()); }
     Mapping(const Mapping&) = delete;
     Mapping& operator=(const Mapping&) = delete;
 
     std::string name;
-    bool alreadyExisted;
-    Descriptor descriptor;
+    bool alreadyExisted = false;
+    Descriptor descriptor{-1};
     View view;
 };
 
@@ -155,26 +158,27 @@ CreatedBlock& CreatedBlock::operator=(CreatedBlock&&) noexcept = default;
 CreatedBlock::~CreatedBlock() = default;
 
 CreatedBlock CreatedBlock::create(WideView name, std::uint32_t size) {
-    std::string object = objectName(name);
+    // First of all: what is made without it would stay if there were no memory for it.
+    auto mapping = std::make_unique<Mapping>(objectName(name));
+    const char* const object = mapping->name.c_str();
     // The name may go between the two calls, when its owner closes it just then.
     constexpr int tries = 4;
     for (int i = 0; i < tries; ++i) {
-        Descriptor made(shm_open(object.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600));
-        if (made.valid()) {
-            View view = mapNew(made.value(), size);
-            return CreatedBlock(std::make_unique<Mapping>(std::move(object), false, std::move(made),
-                                                          std::move(view)));
+        mapping->descriptor = Descriptor(shm_open(object, O_RDWR | O_CREAT | O_EXCL, 0600));
+        if (mapping->descriptor.valid()) {
+            mapping->view = mapNew(mapping->descriptor.value(), size);
+            break;
         }
         if (errno != EEXIST) break;
-        Descriptor found(shm_open(object.c_str(), O_RDWR, 0));
-        if (found.valid() || errno != ENOENT) {
-            View view = found.valid() ? mapExisting(found.value(), size) : View();
-            return CreatedBlock(std::make_unique<Mapping>(std::move(object), true, std::move(found),
-                                                          std::move(view)));
+        mapping->descriptor = Descriptor(shm_open(object, O_RDWR, 0));
+        const bool isThere = mapping->descriptor.valid();
+        if (isThere || errno != ENOENT) {
+            mapping->alreadyExisted = true;
+            if (isThere) mapping->view = mapExisting(mapping->descriptor.value(), size);
+            break;
         }
     }
-    return CreatedBlock(
-        std::make_unique<Mapping>(std::move(object), false, Descriptor(-1), View()));
+    return CreatedBlock(std::move(mapping));
 }
 
 bool CreatedBlock::alreadyExisted() const {

@@ -35,7 +35,7 @@ bool forEachEntry(const std::wstring& folder, const Visit& visit) {
         if (name == L"." || name == L"..") continue;
         if (!visit(folder + L'\\' + entry.cFileName, entry)) return false;
     } while (FindNextFileW(search.get(), &entry) != 0);
-    return true;
+    return GetLastError() == ERROR_NO_MORE_FILES;
 }
 
 bool isFolderItself(DWORD attributes) {

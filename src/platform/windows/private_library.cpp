@@ -24,8 +24,15 @@ std::wstring ownFolder() {
 
 PrivateLibrary::PrivateLibrary(const std::string& fileName) {
     const std::wstring name(fileName.begin(), fileName.end());
-    handle_ = LoadLibraryW((ownFolder() + name).c_str());
-    if (handle_ == nullptr) handle_ = LoadLibraryW(name.c_str());
+    // No box of the system's own about a file that is not there.
+    DWORD hostsMode = 0;
+    SetThreadErrorMode(SEM_FAILCRITICALERRORS, &hostsMode);
+    // What it needs itself lies beside it. By its name alone it is not looked for in the working
+    // directory, which may be the folder of a scene from anywhere.
+    handle_ = LoadLibraryExW((ownFolder() + name).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    if (handle_ == nullptr)
+        handle_ = LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
+    SetThreadErrorMode(hostsMode, nullptr);
 }
 
 PrivateLibrary::~PrivateLibrary() {
@@ -35,6 +42,11 @@ PrivateLibrary::~PrivateLibrary() {
 void* PrivateLibrary::findAddress(const char* name) const {
     if (handle_ == nullptr) return nullptr;
     return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name));
+}
+
+// A library's imports name the files that they come from.
+bool PrivateLibrary::reaches(std::initializer_list<const char*>) const {
+    return true;
 }
 
 }  // namespace platform

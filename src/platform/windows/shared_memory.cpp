@@ -17,9 +17,9 @@ class MappedObject {
         if (handle_ == nullptr) return;
         base_ = MapViewOfFile(handle_, access, 0, 0, 0);
         MEMORY_BASIC_INFORMATION region = {};
-        if (base_ != nullptr && VirtualQuery(base_, &region, sizeof region) != 0) {
-            size_ = region.RegionSize;
-        }
+        if (base_ == nullptr || VirtualQuery(base_, &region, sizeof region) == 0) return;
+        // Pages that are merely reserved cannot be touched.
+        if (region.State == MEM_COMMIT) size_ = region.RegionSize;
     }
     ~MappedObject() {
         if (base_ != nullptr) UnmapViewOfFile(base_);
@@ -79,9 +79,8 @@ std::size_t OpenedBlock::read(std::size_t offset, std::span<std::byte> into) con
 
 void OpenedBlock::write(std::size_t offset, std::span<const std::byte> bytes) const {
     const auto target = view();
-    if (offset >= target.size()) return;
-    std::memcpy(target.data() + offset, bytes.data(),
-                std::min(bytes.size(), target.size() - offset));
+    if (offset + bytes.size() > target.size()) return;
+    std::memcpy(target.data() + offset, bytes.data(), bytes.size());
 }
 
 struct CreatedBlock::Mapping {
