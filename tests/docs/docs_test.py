@@ -75,7 +75,7 @@ class Links(unittest.TestCase):
         return links.faults(document, known, ["src/x.cpp", "docs/part/y.h"])
 
     def test_lines(self):
-        self.assertEqual(len(self.faults("    $ ls", "x" * 121, "|" + "x" * 200)), 2)
+        self.assertEqual(len(self.faults("    $ ls", "x" * 121, "|" + "x" * 200, "| @HERE@ |")), 3)
         self.assertEqual(self.faults("    indented, but no command"), [])
 
     def test_files_in_code(self):

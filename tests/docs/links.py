@@ -64,6 +64,8 @@ def named_file_fault(code: str, document: Document, files: list[str]) -> str | N
 def line_fault(line: str, document: Document) -> str | None:
     if line.startswith("    ") and COMMAND.match(line):
         return "a command outside of a block of sh or console"
+    if re.search(r"@[A-Z]+@", line):
+        return "something is still to be filled in"
     if document.name in WRITTEN_BY_PROGRAMS or line.lstrip().startswith(("|", "![")):
         return None
     if len(line) > LONGEST_LINE:
