@@ -80,7 +80,7 @@ def run(file: Path, compiler_options: list[str], *arguments: str) -> tuple[int, 
 class Checker:
     def __init__(self, build: Path, files: dict[Path, list[str]]) -> None:
         self.files = files
-        # Below the top, so that its .clang-tidy holds; a folder's own is put beside the bundles.
+        # The settings of the top and of each folder are put beside the bundles: a build may be elsewhere.
         self.folder = build / "tidy"
         shutil.rmtree(self.folder, ignore_errors=True)
 
@@ -89,7 +89,7 @@ class Checker:
         place.mkdir(parents=True, exist_ok=True)
         for folder in members[0].relative_to(TOP).parents:
             settings = TOP / folder / ".clang-tidy"
-            if folder != Path(".") and settings.exists():
+            if settings.exists():
                 shutil.copy(settings, self.folder / folder)
         file = place / f"bundle_{members[0].stem}.cpp"
         file.write_text("".join(f'#include "{member}"\n' for member in members))

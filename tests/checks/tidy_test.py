@@ -118,9 +118,12 @@ class TidyTest(unittest.TestCase):
     def test_settings_of_a_folder_hold_for_its_bundles(self):
         self.add("tools/common/a.cpp")
         self.add("tools/common/b.cpp")
-        (self.top / "tools/.clang-tidy").write_text("Checks: ''")
+        for folder in (".", "tools"):
+            (self.top / folder / ".clang-tidy").write_text(f"# {folder}")
         self.run_tidy()
-        self.assertTrue((self.build / "tidy/tools/.clang-tidy").exists())
+        for folder in (".", "tools"):
+            settings = self.build / "tidy" / folder / ".clang-tidy"
+            self.assertEqual(settings.read_text(), f"# {folder}")
 
 
 if __name__ == "__main__":

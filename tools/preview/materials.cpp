@@ -133,7 +133,8 @@ Pixel colorOfName(WideView name) {
     const std::uint64_t hash = hashKey(name) * 0x9E3779B97F4A7C15;
     // Around the circle of colours, which has six parts of 256 steps.
     constexpr unsigned steps = 256;
-    const auto hue = static_cast<unsigned>((hash >> 32) % std::uint64_t{6 * steps});
+    constexpr unsigned all = 6 * steps;
+    const auto hue = static_cast<unsigned>((hash >> 32) % all);
     const unsigned rising = hue % steps;
     const unsigned falling = steps - 1 - rising;
     constexpr unsigned full = steps - 1;

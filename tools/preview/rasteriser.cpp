@@ -283,7 +283,7 @@ Pixel Rasteriser::blend(std::size_t place, const Pixel& behind) const {
 }
 
 bool Rasteriser::isEmpty() const {
-    return std::ranges::all_of(drawn_, [](std::uint8_t places) { return places == 0; });
+    return std::ranges::all_of(drawn_, [](std::uint8_t drawn) { return drawn == 0; });
 }
 
 Image Rasteriser::finish() const {
