@@ -91,7 +91,8 @@ class InstallTest(unittest.TestCase):
         if self.windows:
             # Windows looks beside the program.
             for library in self.libraries.glob("*.dll"):
-                shutil.copy(library, program.parent)
+                if program.parent != self.libraries:
+                    shutil.copy(library, program.parent)
         else:
             environment["LD_LIBRARY_PATH"] = str(self.libraries)
         return run(*launcher, program, *words, cwd=program.parent, env=environment)

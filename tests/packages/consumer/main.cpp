@@ -5,8 +5,10 @@
 
 #if defined(_WIN32)
 #define TEXT_OF(literal) L##literal
+#define ARCHIVE TEXT_OF(".\\consumer.q7a")
 #else
 #define TEXT_OF(literal) u##literal
+#define ARCHIVE TEXT_OF("./consumer.q7a")
 #endif
 
 int main() {
@@ -17,7 +19,7 @@ int main() {
     Q7EndNode(session);
     std::printf("version %s, %d instance\n", Q7GetPluginVersion(),
                 static_cast<int>(Q7InstanceCount(session)));
-    const bool archived = Q7SaveRawToQ7a(session, TEXT_OF("./consumer.q7a")) == 1;
+    const bool archived = Q7SaveRawToQ7a(session, ARCHIVE) == 1;
     std::printf("%s\n", archived ? "archived" : "no archive");
     DestroySession(session);
     return archived ? 0 : 1;
