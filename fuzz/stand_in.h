@@ -46,7 +46,12 @@ class StandIn {
     }
     std::string nextText(const std::string& kind) {
         const std::filesystem::path file = next(kind);
-        std::ifstream stream(file, std::ios::binary);
+        // Windows lets nobody open a file for a moment after it got its name.
+        std::ifstream stream;
+        waitFor([&] {
+            stream.open(file, std::ios::binary);
+            return stream.is_open();
+        });
         std::string text{std::istreambuf_iterator<char>(stream), {}};
         stream.close();
         std::filesystem::remove(file);
