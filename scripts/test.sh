@@ -7,9 +7,10 @@
 #   scripts/test.sh --host      the add-ons in the applications that they are for: Blender. No part of the
 #                               other runs
 #
-# A build or a test that fails does not keep the others from running. The last line tells how many
-# tests passed and failed, and the exit code is 0 only when none failed. Logs and reports are left
-# in build/test-results.
+# Tests run while the next build is made, which they leave most of the processor to: many wait. A build
+# or a test that fails does not keep the others from running. The last line tells how many tests passed
+# and failed, and the exit code is 0 only when none failed. Logs and reports are left in
+# build/test-results.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 exec </dev/null
@@ -64,10 +65,41 @@ run_tests() {
     say "${folder##*/}: tests"
     mkdir -p "$folder/gtest"
     ctest --preset "$preset" "$@" --show-only=json-v1 >"$folder/tests.json" 2>/dev/null
-    GTEST_BRIEF=1 GTEST_OUTPUT=xml:$reports/ "${run[@]}" ctest --preset "$preset" "$@" \
-        --parallel "$(nproc)" --output-junit "$folder/ctest.xml" 2>&1 ||
-        touch "$folder/ctest-failed"
+    {
+        GTEST_BRIEF=1 GTEST_OUTPUT=xml:$reports/ "${run[@]}" ctest --preset "$preset" "$@" \
+            --parallel "$(nproc)" --output-junit "$folder/ctest.xml" 2>&1 ||
+            touch "$folder/ctest-failed"
+    } | sed --unbuffered "s/^/${folder##*/}: /"
+    say "${folder##*/}: tests done"
 }
+
+# The process that runs tests, in a group of its own so that all of them can be ended with the script.
+testing=
+
+# Runs tests beside what comes next, when the tests before have ended: a machine has one renderer.
+run_tests_beside() {
+    local before=$testing
+    set -m
+    {
+        [[ -z $before ]] || tail --pid="$before" --sleep-interval=0.1 -f /dev/null
+        run_tests "$@"
+    } &
+    testing=$!
+    set +m
+    groups+=("$testing")
+}
+
+groups=()
+end() {
+    local group
+    for group in "${groups[@]}"; do
+        kill -- "-$group" 2>/dev/null
+    done
+    if [[ -e $results/windows ]]; then
+        scripts/wine.sh --end >/dev/null 2>&1
+    fi
+}
+trap end EXIT
 
 # The add-ons need the optimised library, the stand-in and the inspector, and nothing else built.
 run_host() {
@@ -85,9 +117,8 @@ run_preset() {
         step "$preset" build cmake --build --preset "$preset" || return
     if [[ $preset == windows ]]; then
         step "$preset" wine-prefix scripts/wine.sh --prepare || return
-        trap 'scripts/wine.sh --end >/dev/null 2>&1' EXIT
     fi
-    run_tests "$preset" "$preset"
+    run_tests_beside "$preset" "$preset"
 }
 
 say "packages"
@@ -103,5 +134,7 @@ for preset in "${presets[@]}"; do
     *) run_preset "$preset" ;;
     esac
 done
+wait
+groups=()
 say "all done"
 python3 scripts/tally.py "${presets[@]/#/$results/}"

@@ -1,6 +1,9 @@
 """Tests of scripts/test.sh, with stand-ins for everything that it calls but the count."""
 
+import signal
+import time
 import unittest
+from pathlib import Path
 
 from script_folder import ScriptTest
 
@@ -53,6 +56,51 @@ class TestScriptTest(ScriptTest):
             names,
             ["setup.sh", "cmake", "cmake", "wine.sh --prepare", "ctest", "ctest", "wine.sh --end"],
         )
+
+    def test_tests_run_beside_the_next_build_and_never_beside_other_tests(self):
+        self.stand_in(
+            "bin/ctest",
+            f"top={self.top}",
+            '[[ "$*" == *--show-only* ]] || mkdir "$top/testing" || echo "tests overlap"',
+            "for ((i = 0; i < 600; ++i)); do",
+            '    [[ "$*" == *linux-asan* ]] || break',
+            '    grep -q "build --preset linux-tsan" "$top/calls.txt" && break',
+            "    sleep 0.1",
+            "done",
+            '((i < 600)) || echo "no build begins"',
+            '[[ "$*" == *--show-only* ]] || rmdir "$top/testing"',
+            "FAILING=none",
+            CTEST,
+        )
+        result = self.run_script("test.sh")
+        self.assertEqual(self.last_line(result), "4 passed, 0 failed")
+        self.assertNotIn("no build begins", result.stdout)
+        self.assertNotIn("tests overlap", result.stdout)
+        self.assertIn("\nlinux-asan: reports: ", result.stdout)
+
+    def test_tests_end_with_the_script(self):
+        self.stand_in(
+            "bin/ctest",
+            f"top={self.top}",
+            '[[ "$*" == *--show-only* ]] && exit',
+            'echo $$ >"$top/ctest.pid"',
+            "exec sleep 1000",
+        )
+        # The build that runs beside those tests ends the script.
+        self.stand_in(
+            "bin/cmake",
+            f"top={self.top}",
+            '[[ "$*" == "--build"*asan ]] || exit 0',
+            'until [[ -s $top/ctest.pid ]]; do sleep 0.1; done',
+            "kill $PPID",
+        )
+        self.assertEqual(self.run_script("test.sh", "--linux").returncode, -signal.SIGTERM)
+        tests = int((self.top / "ctest.pid").read_text())
+        for _ in range(600):
+            if not Path(f"/proc/{tests}/cmdline").exists():
+                return
+            time.sleep(0.1)
+        self.fail("the tests still run")
 
     def test_linux_needs_no_wine(self):
         result = self.run_script("test.sh", "--linux")

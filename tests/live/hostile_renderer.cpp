@@ -16,7 +16,15 @@ namespace {
 
 #if defined(_WIN32)
 class PipeSignalAtItsDefault {};
+
+bool isWine() {
+    return GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "wine_get_version") != nullptr;
+}
 #else
+bool isWine() {
+    return false;
+}
+
 // A host that does not care for the signal of broken pipes must not die of it.
 class PipeSignalAtItsDefault {
   public:
@@ -165,6 +173,8 @@ TEST_F(HostileRenderer, BreaksOffAtEachByteOfEachMessage) {
 }
 
 TEST_F(HostileRenderer, BreaksOffWhileMoreComesThanFitsIntoBuffers) {
+    // Any program of two sockets shows it, with Wine 8.0 in about one of a hundred sends.
+    if (isWine()) GTEST_SKIP() << "Wine may not wake a waiting send when its connection breaks";
     const HostString text(4'000'000, Q7Char('x'));
     const auto renderer = linked();
     for (const bool orderly : {true, false}) {
