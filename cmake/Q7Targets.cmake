@@ -66,9 +66,9 @@ function(q7_tests name)
       # A program, as the tests are: both must be compiled with the same options.
       file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/q7test_headers.cpp CONTENT "int main() {}\n")
       add_executable(q7test_headers EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/q7test_headers.cpp)
-      target_link_libraries(q7test_headers PRIVATE q7_flags q7_json GTest::gtest)
+      target_link_libraries(q7test_headers PRIVATE q7_flags GTest::gtest)
       target_precompile_headers(q7test_headers PRIVATE
-        <gtest/gtest.h> <nlohmann/json.hpp> <filesystem> <fstream> <functional> <sstream> <thread>)
+        <gtest/gtest.h> <filesystem> <fstream> <functional> <sstream> <thread>)
       set_target_properties(q7test_headers PROPERTIES Q7_QUICK_TO_COMPILE ON)
     endif()
     target_precompile_headers(${name} REUSE_FROM q7test_headers)

@@ -3,12 +3,13 @@
 
     tidy.py [-jN] BUILD_FOLDER [WORD...]
 
-N runs at once, as many as there are processors when it is not told. BUILD_FOLDER holds the compile_commands.json of a build by GCC or Clang. With words, only the files
-whose path has one of them. Prints what is found; the exit code is 1 when anything is.
+N runs at once, as many as there are processors when it is not told. BUILD_FOLDER holds the
+compile_commands.json of a build by GCC or Clang. With words, only the files whose path has one of
+them. Prints what is found; the exit code is 1 when anything is.
 
-Most of the time goes into the system's headers, so the sources of a folder are read in bundles. A
-bundle with a finding, or one that does not compile as one, is read again file by file: what is
-printed always comes from a file by itself.
+Most of the time goes into the system's headers, so sources are read in bundles. A bundle with a
+finding, or one that does not compile as one, is read again file by file: what is printed always
+comes from a file by itself.
 """
 
 import json
@@ -24,14 +25,18 @@ from pathlib import Path
 
 TOP = Path(__file__).parents[2]
 FOLDERS = ("src", "tools", "examples")
-FILES_IN_A_BUNDLE = 7
-# GCC's own warning options are not known to clang, which compiles here only to understand.
+FILES_IN_A_BUNDLE = 16
+# Two of these make no program, nor a bundle.
+MAIN = re.compile(r"^int main\(", re.MULTILINE)
 # The sources in a bundle are headers to clang-tidy: the filter of .clang-tidy, with them.
 AS_BUNDLE = [
     "--checks=-bugprone-suspicious-include",
     r"--header-filter=/(src|tools|examples)/(.*/)?(([^q/][^/]*|q7_[^/]*)\.h|[^/]*\.cpp)$",
 ]
+# GCC's own warning options are not known to clang, which compiles here only to understand.
 COMPILER_OPTIONS = ["-Wno-unknown-warning-option", "-Wno-unused-command-line-argument"]
+# What is local in one source may have the name of something in another.
+BUNDLE_COMPILER_OPTIONS = ["-Wno-shadow"]
 
 
 def options(entry: dict) -> list[str]:
@@ -55,12 +60,22 @@ def sources(build: Path, words: list[str]) -> dict[Path, list[str]]:
 
 
 def bundles(files: dict[Path, list[str]]) -> list[list[Path]]:
-    """Sources of one folder that are compiled alike; the largest first, so that no core waits for a
-    late one."""
+    """Sources of the library, or of one folder of the others, that are compiled alike; the largest
+    first, so that no core waits for a late one."""
+
+    def kind(file: Path) -> tuple[bool, Path, Path, list[str]]:
+        folders = [folder for folder in file.parents if folder.is_relative_to(TOP)]
+        settings = next((each for each in folders if (each / ".clang-tidy").exists()), TOP)
+        folder = TOP / "src" if TOP / "src" in folders else file.parent
+        return bool(MAIN.search(file.read_text())), settings, folder, files[file]
+
     made = []
-    ordered = sorted(files, key=lambda file: (str(file.parent), files[file], file.name))
-    for _, group in groupby(ordered, key=lambda file: (file.parent, files[file])):
+    ordered = sorted(files, key=lambda file: (kind(file), file))
+    for (is_program, *_), group in groupby(ordered, key=kind):
         members = list(group)
+        if is_program:
+            made += [[file] for file in members]
+            continue
         parts = -(-len(members) // FILES_IN_A_BUNDLE)
         made += [members[part::parts] for part in range(parts)]
     return sorted(made, key=lambda members: -sum(file.stat().st_size for file in members))
@@ -97,7 +112,8 @@ class Checker:
 
     def check(self, members: list[Path]) -> list[tuple[int, str]]:
         if len(members) > 1:
-            code, _ = run(self.bundle_file(members), self.files[members[0]], *AS_BUNDLE)
+            compiler_options = self.files[members[0]] + BUNDLE_COMPILER_OPTIONS
+            code, _ = run(self.bundle_file(members), compiler_options, *AS_BUNDLE)
             if code == 0:
                 return [(0, "")]
         return [run(file, self.files[file]) for file in members]

@@ -84,11 +84,25 @@ class TidyTest(unittest.TestCase):
         code, printed, calls = self.run_tidy()
         self.assertEqual((code, len(calls)), (0, 3))
 
-    def test_folders_and_options_are_kept_apart(self):
-        self.add("src/model/a.cpp")
-        self.add("src/link/b.cpp")
-        self.add("src/model/c.cpp", option="-DC")
+    def test_folders_but_of_the_library_and_options_are_kept_apart(self):
+        self.add("tools/send/a.cpp")
+        self.add("tools/common/b.cpp")
+        self.add("tools/send/c.cpp", option="-DC")
         self.assertEqual(sorted(self.run_tidy()[2]), ["a.cpp", "b.cpp", "c.cpp"])
+
+    def test_folders_of_the_library_are_read_together_unless_one_has_settings(self):
+        for name in ("model/a", "link/b", "platform/posix/c"):
+            self.add(f"src/{name}.cpp")
+        self.assertEqual(len(self.run_tidy()[2]), 1)
+        (self.top / "src/link/.clang-tidy").write_text("Checks: '-*'\n")
+        self.assertEqual(self.run_tidy()[2][1:], ["bundle_a.cpp", "b.cpp"])
+
+    def test_programs_are_read_by_themselves(self):
+        self.add("examples/guide/a.cpp", "int main() {}")
+        self.add("examples/guide/b.cpp", "\nint main(int count, char** words) {}")
+        self.add("examples/guide/c.cpp", "// int main() is elsewhere")
+        self.add("examples/guide/d.cpp")
+        self.assertEqual(sorted(self.run_tidy()[2]), ["a.cpp", "b.cpp", "bundle_c.cpp"])
 
     def test_other_folders_are_left_out(self):
         self.add("tests/a.cpp", "wrong")

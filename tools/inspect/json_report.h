@@ -1,7 +1,7 @@
 // The report for programs.
 #pragma once
 
-#include <nlohmann/json.hpp>
+#include <nlohmann/json_fwd.hpp>
 #include <ostream>
 #include <string_view>
 

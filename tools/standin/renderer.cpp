@@ -29,7 +29,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr WideView lockName = u"q7_standin_runs";
-constexpr int slice = 50;  // milliseconds
 
 // Something keeps the renderer from running at all.
 class CannotRun : public std::runtime_error {
@@ -158,10 +157,10 @@ class Renderer {
         while (!options_.connections || connections_ < *options_.connections) {
             stopIfAsked();
             if (!listener_) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(slice));
+                std::this_thread::sleep_for(std::chrono::milliseconds(waitSlice));
                 continue;
             }
-            const platform::SocketHandle client = listener_->accept(slice);
+            const platform::SocketHandle client = listener_->accept(waitSlice);
             if (client != platform::noSocket) serveClient(client);
         }
     }
@@ -225,7 +224,7 @@ class Renderer {
             stopIfAsked();
             const auto left = end - Clock::now();
             std::this_thread::sleep_for(
-                std::min<Clock::duration>(left, std::chrono::milliseconds(slice)));
+                std::min<Clock::duration>(left, std::chrono::milliseconds(waitSlice)));
         }
     }
 

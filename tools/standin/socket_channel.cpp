@@ -7,12 +7,6 @@
 
 namespace q7standin {
 
-namespace {
-
-constexpr int slice = 50;  // milliseconds
-
-}  // namespace
-
 SocketChannel::SocketChannel(platform::SocketHandle socket, std::function<bool()> shouldStop)
     : socket_(socket), shouldStop_(std::move(shouldStop)) {
     platform::sendWithoutDelay(socket_);
@@ -23,7 +17,7 @@ SocketChannel::~SocketChannel() {
 }
 
 std::size_t SocketChannel::receive(std::span<std::byte> into) {
-    while (!platform::waitForData(socket_, slice)) {
+    while (!platform::waitForData(socket_, waitSlice)) {
         if (shouldStop_()) throw Stopped();
     }
     const std::ptrdiff_t size = platform::receiveBytes(socket_, into.data(), into.size());
@@ -32,8 +26,8 @@ std::size_t SocketChannel::receive(std::span<std::byte> into) {
 }
 
 bool SocketChannel::hasData(int milliseconds) {
-    for (int left = milliseconds; left > 0; left -= slice) {
-        if (platform::waitForData(socket_, std::min(left, slice))) return true;
+    for (int left = milliseconds; left > 0; left -= waitSlice) {
+        if (platform::waitForData(socket_, std::min(left, waitSlice))) return true;
         if (shouldStop_()) throw Stopped();
     }
     return false;

@@ -8,6 +8,9 @@
 
 namespace q7standin {
 
+// For how long, in milliseconds, nobody is asked whether to stop.
+inline constexpr int waitSlice = 50;
+
 class SocketChannel : public Channel {
   public:
     // Takes the socket over. `shouldStop` is asked at least ten times a second while it waits.
