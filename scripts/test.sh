@@ -62,6 +62,10 @@ run_tests() {
     windows) reports=Z:$reports ;;
     *san) run=(fixed_addresses) ;;
     esac
+    # At once before the tests: the first two programs would each start Wine's services if none ran.
+    if [[ $preset == windows ]]; then
+        step "$preset" wine-prefix scripts/wine.sh --prepare || return
+    fi
     say "${folder##*/}: tests"
     mkdir -p "$folder/gtest"
     ctest --preset "$preset" "$@" --show-only=json-v1 >"$folder/tests.json" 2>/dev/null
@@ -115,9 +119,6 @@ run_preset() {
     mkdir -p "$results/$preset"
     step "$preset" configure cmake --preset "$preset" &&
         step "$preset" build cmake --build --preset "$preset" || return
-    if [[ $preset == windows ]]; then
-        step "$preset" wine-prefix scripts/wine.sh --prepare || return
-    fi
     run_tests_beside "$preset" "$preset"
 }
 

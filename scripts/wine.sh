@@ -2,8 +2,7 @@
 # Runs a Windows program of the build under Wine, in a prefix of the project's own.
 #
 #   scripts/wine.sh PROGRAM [ARGUMENT...]
-#   scripts/wine.sh --prepare    makes the prefix, so that no test's time goes into that, and keeps Wine's
-#                                services running: programs that start at once would each start them
+#   scripts/wine.sh --prepare    makes the prefix, so that no test's time goes into that
 #   scripts/wine.sh --end        ends what Wine left running in the prefix
 #
 # Programs find each other's windows only on a display: the first call starts one that nobody sees, when
@@ -31,13 +30,6 @@ first_of() {
     done
     echo "wine.sh: Wine is not installed (scripts/setup.sh --windows installs it)" >&2
     return 127
-}
-
-end_wine() {
-    local server
-    server=$(first_of wineserver-stable wineserver /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver)
-    "$server" --kill || true # it fails when nothing runs
-    "$server" --wait
 }
 
 # What tells the display of the prefix: the process of its server, then its number.
@@ -68,13 +60,6 @@ display_number() {
     echo "$number"
 }
 
-# Wine's services go with the last program. This one waits for what never comes, and says when it runs.
-keep_services() {
-    rm -f "$WINEPREFIX/q7-waits"
-    mkfifo "$WINEPREFIX/q7-waits"
-    read -r -t 60 < <(setsid "$1" cmd.exe /c "echo up & pause" <>"$WINEPREFIX/q7-waits")
-}
-
 end_display() {
     local server number
     ! display_runs || kill "$server" || true
@@ -88,8 +73,9 @@ case "${1-}" in
     ;;
 --end)
     [ -d "$WINEPREFIX" ] || exit 0
-    end_wine
-    rm -f "$WINEPREFIX/q7-waits"
+    server=$(first_of wineserver-stable wineserver /usr/lib/wine/wineserver64 /usr/lib/wine/wineserver)
+    "$server" --kill || true # it fails when nothing runs
+    "$server" --wait
     end_display
     exit
     ;;
@@ -105,10 +91,6 @@ if [ "$1" = --prepare ]; then
     exec </dev/null >/dev/null 2>&1
     "$wine" wineboot --init
     # Nothing manages the windows of that display: Wine would wait two seconds for each that goes.
-    "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
-    # Services that are about to end would keep the next ones waiting.
-    end_wine
-    keep_services "$wine"
-    exit
+    exec "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
 fi
 exec "$wine" "$@"

@@ -1,7 +1,10 @@
 #include "link/render_socket.h"
 
+#include <algorithm>
+#include <array>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "link/link_state.h"
@@ -91,6 +94,24 @@ void SendWord(RenderSocket& link, std::uint32_t word) {
 void SendString(RenderSocket& link, WideView text) {
     SendWord(link, static_cast<std::uint32_t>(text.size()));
     SendBytes(link, text.data(), text.size() * sizeof(char16_t));
+}
+
+void SendStringAndWord(RenderSocket& link, WideView text, std::uint32_t word) {
+    std::array<char, 512> piece = {};
+    const std::size_t textBytes = text.size() * sizeof(char16_t);
+    const auto count = static_cast<std::uint32_t>(text.size());
+    if (textBytes > piece.size() - sizeof count - sizeof word) {
+        SendString(link, text);
+        SendWord(link, word);
+        return;
+    }
+    char* end = piece.data();
+    for (const auto& [data, size] : {std::pair<const void*, std::size_t>(&count, sizeof count),
+                                     {text.data(), textBytes},
+                                     {&word, sizeof word}}) {
+        end = std::copy_n(static_cast<const char*>(data), size, end);
+    }
+    SendBytes(link, piece.data(), static_cast<std::size_t>(end - piece.data()));
 }
 
 bool ReceiveWord(RenderSocket& link, std::uint32_t& word) {

@@ -62,6 +62,8 @@ void CloseLink(RenderSocket& link);
 void SendBytes(RenderSocket& link, const void* data, std::size_t size);
 void SendWord(RenderSocket& link, std::uint32_t word);
 void SendString(RenderSocket& link, WideView text);
+// The same bytes as a string and a word, if they are few in one piece: each piece wakes the renderer.
+void SendStringAndWord(RenderSocket& link, WideView text, std::uint32_t word);
 
 // One read of four bytes into a word that starts at 0. False when nothing came.
 bool ReceiveWord(RenderSocket& link, std::uint32_t& word);

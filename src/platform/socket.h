@@ -1,6 +1,7 @@
 // TCP over IPv4, as much of it as the link to the renderer needs. No call raises a signal.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 
@@ -36,5 +37,10 @@ void sendWithoutDelay(SocketHandle socket);
 // the peer has closed (receive), negative on failure. An interrupted call is made again.
 std::ptrdiff_t sendBytes(SocketHandle socket, const void* data, std::size_t size);
 std::ptrdiff_t receiveBytes(SocketHandle socket, void* data, std::size_t size);
+
+// Whether a receive would find something within about this time. It keeps asking instead of sleeping: for
+// answers that come sooner than a thread wakes up. True as well on failure, and on POSIX when the peer has
+// closed; on Windows that is not seen here.
+bool hasDataWithin(SocketHandle socket, std::chrono::microseconds time);
 
 }  // namespace platform

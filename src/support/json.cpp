@@ -1,20 +1,12 @@
 #include "support/json.h"
 
-#include <algorithm>
 #include <nlohmann/json.hpp>
 #include <utility>
 
 namespace {
 
-// Without regard to the locale, and in few steps: texts of scenes have a million names.
-bool isPlain(std::string_view text) {
-    return std::all_of(text.begin(), text.end(), [](char unit) {
-        return unit >= ' ' && unit < 0x7F && unit != '"' && unit != '\\';
-    });
-}
-
 void appendText(std::string& all, const std::string& text) {
-    if (!isPlain(text)) {
+    if (!isPlainInJson(text)) {
         all += nlohmann::json(text).dump();
         return;
     }

@@ -1,12 +1,21 @@
 // JSON values, as far as the library writes them.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <map>
 #include <string>
-#include <string_view>
 #include <variant>
 #include <vector>
+
+// Whether the JSON library would only put quotation marks around the text, of whatever units. Asking comes
+// first where texts are many: a scene may have a million names.
+template <class Text>
+bool isPlainInJson(const Text& text) {
+    return std::all_of(text.begin(), text.end(), [](auto unit) {
+        return unit >= ' ' && unit < 0x7F && unit != '"' && unit != '\\';
+    });
+}
 
 // The JSON library writes the texts and the numbers, but what they are put together to is kept here: its
 // own objects and arrays take memory when they are destroyed, and where there is none the process ends.

@@ -1,11 +1,12 @@
 #include "transport/model_link.h"
 
 #include <algorithm>
-#include <nlohmann/json.hpp>
+#include <chrono>
 #include <vector>
 
 #include "link/render_socket.h"
 #include "platform/shared_memory.h"
+#include "support/json.h"
 #include "support/number_set.h"
 #include "transport/frames.h"
 
@@ -47,18 +48,15 @@ std::size_t longestArrayBytes(const Model& model) {
     return longest;
 }
 
-// As the JSON library prints a string. It takes the text once around through UTF-8, which plain names
-// do without: with it sending a million instances took twice as long.
+// JSON goes through UTF-8, which plain names do without: with it sending a million instances took twice
+// as long.
 void appendJsonString(WideString& json, WideView text) {
-    const auto isPlain = [](char16_t unit) {
-        return unit >= u' ' && unit < 0x7F && unit != u'"' && unit != u'\\';
-    };
-    if (std::all_of(text.begin(), text.end(), isPlain)) {
+    if (isPlainInJson(text)) {
         json += u'"';
         json += text;
         json += u'"';
     } else {
-        json += utf8ToWide(nlohmann::json(wideToUtf8(text)).dump());
+        json += utf8ToWide(Json(wideToUtf8(text)).dump());
     }
 }
 
@@ -73,14 +71,12 @@ std::vector<const Mesh*> referencedMeshes(const Model& model) {
     return meshes;
 }
 
-void sendCount(std::size_t count) {
-    SendWord(renderSocket(), static_cast<std::uint32_t>(count));
+std::uint32_t countOf(std::size_t count) {
+    return static_cast<std::uint32_t>(count);
 }
 
-// The renderer has read the block. What it says, and whether it says anything, is not looked at.
-void acknowledge() {
-    std::uint32_t ignored = 0;
-    ReceiveWord(renderSocket(), ignored);
+void sendCount(std::size_t count) {
+    SendWord(renderSocket(), countOf(count));
 }
 
 // One exchange: every step starts at the block's base again.
@@ -94,9 +90,28 @@ class Exchange {
         return Q7Sync::toShareMem(cursor_);
     }
 
+    // The renderer has read the block. What it says, and whether it says anything, is not looked at.
+    void acknowledge() {
+        // It answers about small meshes sooner than a sleeping thread wakes up, which happens ten times
+        // for each of them. One that takes longer is left to its work for a while.
+        constexpr auto soon = std::chrono::microseconds(50);
+        constexpr int aWhile = 20;
+        if (answersUntilNextLook_ > 0) {
+            --answersUntilNextLook_;
+        } else if (!platform::hasDataWithin(renderSocket().socket, soon)) {
+            answersUntilNextLook_ = aWhile;
+        }
+        std::uint32_t ignored = 0;
+        ReceiveWord(renderSocket(), ignored);
+    }
+
+    template <class Number>
+    void write(const Array<Number>& array) {
+        fromBase()(array.data(), arrayBytes(array));
+    }
     template <class Number>
     void sendArray(const Array<Number>& array) {
-        fromBase()(array.data(), arrayBytes(array));
+        write(array);
         sendCount(array.size());
         acknowledge();
     }
@@ -112,16 +127,18 @@ class Exchange {
   private:
     const BlockView& block_;
     std::span<std::byte> cursor_;
+    int answersUntilNextLook_ = 0;
 };
 
 void sendMesh(Exchange& exchange, const Mesh& mesh) {
-    SendString(renderSocket(), mesh.name);
-    exchange.sendArray(mesh.positions);
+    exchange.write(mesh.positions);
+    SendStringAndWord(renderSocket(), mesh.name, countOf(mesh.positions.size()));
+    exchange.acknowledge();
     exchange.sendArray(mesh.normals);
     exchange.sendArray(mesh.uvs);
     // Colours do not travel over the link; their place does.
     sendCount(0);
-    acknowledge();
+    exchange.acknowledge();
     exchange.sendIndices(mesh.indices);
 }
 
@@ -134,12 +151,12 @@ void sendModel(Exchange& exchange, const Model& model, const StreamSettings& set
     for (const auto& [name, material] : model.materials)
         frameMaterial(*material, materials);
     sendCount(model.materials.size());
-    acknowledge();
+    exchange.acknowledge();
 
     const ByteWriter instances = exchange.fromBase();
     frameInstances(model, instances);
     sendCount(model.instances.size());
-    acknowledge();
+    exchange.acknowledge();
 
     const std::vector<const Mesh*> meshes = referencedMeshes(model);
     sendCount(meshes.size());
@@ -173,7 +190,7 @@ std::uint32_t modelBlockSize(const Model& model) {
 void sendModelRaw(const Model& model, const StreamSettings& settings, const BlockView& block) {
     Exchange exchange(block);
     sendModel(exchange, model, settings);
-    acknowledge();
+    exchange.acknowledge();
 }
 
 void sendModelWithPaths(const Model& model, const StreamSettings& settings,
@@ -182,8 +199,8 @@ void sendModelWithPaths(const Model& model, const StreamSettings& settings,
     sendModel(exchange, model, settings);
     Q7Sync::writeWideString(instancePathsJson(model), exchange.fromBase());
     sendCount(1);
-    acknowledge();
-    acknowledge();
+    exchange.acknowledge();
+    exchange.acknowledge();
 }
 
 void sendThroughBlock(const Model& model, const StreamSettings& settings, LinkForm form) {

@@ -114,6 +114,7 @@ TEST(SendBytes, DoesNothingOnAClosedLink) {
     SendBytes(link, "x", 1);
     SendWord(link, 1);
     SendString(link, u"text");
+    SendStringAndWord(link, u"text", 1);
     EXPECT_TRUE(link.connected);
 }
 
@@ -129,6 +130,25 @@ TEST(SendWords, AreLittleEndianAndStringsCountTheirUnits) {
     renderer.finish();
     EXPECT_EQ(received, std::string("\1\2\3\4\3\0\0\0a\0\x3D\xD8\0\xDE\0\0\0\0", 18));
     CloseLink(link);
+}
+
+TEST(SendStringAndWord, AreTheSameBytesInOnePieceOrMore) {
+    // 252 units are the most that go in one piece.
+    for (const std::size_t units : {0U, 1U, 251U, 252U, 253U, 5000U}) {
+        const WideString text(units, u'\u4E2D');
+        const std::size_t size = 4 + 2 * units + 4;
+        FakeRenderer renderer;
+        std::string received;
+        renderer.serve({[&](Peer& peer) { received = peer.bytes(2 * size); }});
+        RenderSocket link;
+        SocketConnect(link, renderer.port());
+        SendString(link, text);
+        SendWord(link, 7);
+        SendStringAndWord(link, text, 7);
+        renderer.finish();
+        EXPECT_EQ(received.substr(size), received.substr(0, size)) << units;
+        CloseLink(link);
+    }
 }
 
 TEST(SendBytes, ABrokenConnectionClosesTheLinkAndReadsThePort) {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <thread>
 #include <vector>
 
@@ -141,6 +142,24 @@ TEST(Socket, FailsAfterAReset) {
     // Would end the process where a broken connection raises a signal.
     EXPECT_LT(sendText(pair.client.get(), "lost"), 0);
     EXPECT_LT(sendText(pair.client.get(), "lost"), 0);
+}
+
+TEST(Socket, TellsWhetherDataIsThereSoon) {
+    SocketPair pair;
+    using std::chrono::microseconds;
+    EXPECT_FALSE(platform::hasDataWithin(pair.client.get(), microseconds(100)));
+    EXPECT_FALSE(platform::hasDataWithin(pair.client.get(), microseconds(0)));
+    sendText(pair.server.get(), "ab");
+    EXPECT_TRUE(platform::hasDataWithin(pair.client.get(), std::chrono::minutes(1)));
+    EXPECT_EQ(receiveText(pair.client.get(), 1), "a");
+    EXPECT_TRUE(platform::hasDataWithin(pair.client.get(), std::chrono::minutes(1)));
+    EXPECT_EQ(receiveText(pair.client.get(), 1), "b");
+    EXPECT_FALSE(platform::hasDataWithin(pair.client.get(), microseconds(100)));
+#if !defined(_WIN32)
+    pair.server.close();
+    EXPECT_TRUE(platform::hasDataWithin(pair.client.get(), std::chrono::minutes(1)));
+#endif
+    EXPECT_TRUE(platform::hasDataWithin(noSocket, std::chrono::minutes(1)));
 }
 
 TEST(Socket, NoSocketFails) {

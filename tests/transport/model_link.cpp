@@ -41,11 +41,15 @@ Model smallModel() {
 }
 
 // What the renderer gathers when the model is sent in that form.
-ReceivedModel sent(const Model& model, LinkForm form) {
+ReceivedModel sent(
+    const Model& model, LinkForm form,
+    const std::function<bool(int)>& mayAcknowledge = [](int) { return true; }) {
     FakeRenderer renderer;
     ReceivedModel received;
     renderer.serve({[&](Peer& peer) {
-        received = ModelReceiver(peer).receive(form == sendModelWithPaths);
+        ModelReceiver receiver(peer);
+        receiver.mayAcknowledge = mayAcknowledge;
+        received = receiver.receive(form == sendModelWithPaths);
         EXPECT_TRUE(peer.atEnd());
     }});
     SocketConnect(renderSocket(), renderer.port());
@@ -145,6 +149,24 @@ TEST(ModelLink, CarriesTheModelInBothForms) {
         EXPECT_EQ(received.pathsJson,
                   form == sendModelWithPaths ? instancePathsJson(model) : WideString());
     }
+}
+
+TEST(ModelLink, AcknowledgementsMayTakeTheirTimeAndNamesAnyLength) {
+    Model model;
+    model.addDefaultMaterial(u"m");
+    for (std::size_t i = 0; i < 30; ++i) {
+        const WideString name(1 + 11 * i, static_cast<char16_t>(u'A' + i));
+        addMesh(model, name, 3);
+        model.addInstance(name, u"m", nullptr, u"");
+    }
+    const std::string atOnce = sent(model, sendModelRaw).stream;
+    const auto late = [](int number) {
+        if (number % 7 == 0 || number > 120) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        return true;
+    };
+    EXPECT_EQ(sent(model, sendModelRaw, late).stream, atOnce);
 }
 
 TEST(ModelLink, AModelWithoutInstancesSendsNothing) {

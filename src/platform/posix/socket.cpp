@@ -102,4 +102,16 @@ std::ptrdiff_t receiveBytes(SocketHandle socket, void* data, std::size_t size) {
     return received;
 }
 
+bool hasDataWithin(SocketHandle socket, std::chrono::microseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    char byte = 0;
+    do {
+        if (recv(descriptorOf(socket), &byte, 1, MSG_PEEK | MSG_DONTWAIT) >= 0 ||
+            (errno != EAGAIN && errno != EINTR)) {
+            return true;
+        }
+    } while (std::chrono::steady_clock::now() < end);
+    return false;
+}
+
 }  // namespace platform

@@ -85,4 +85,13 @@ std::ptrdiff_t receiveBytes(SocketHandle socket, void* data, std::size_t size) {
     return recv(nativeOf(socket), static_cast<char*>(data), inOneCall(size), 0);
 }
 
+bool hasDataWithin(SocketHandle socket, std::chrono::microseconds time) {
+    const auto end = std::chrono::steady_clock::now() + time;
+    do {
+        u_long waiting = 0;
+        if (ioctlsocket(nativeOf(socket), FIONREAD, &waiting) != 0 || waiting > 0) return true;
+    } while (std::chrono::steady_clock::now() < end);
+    return false;
+}
+
 }  // namespace platform
