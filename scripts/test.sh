@@ -18,7 +18,8 @@ exec </dev/null
 linux=(linux-release linux-asan linux-tsan)
 windows=(windows)
 case "${1-}" in
-"") presets=("${linux[@]}" "${windows[@]}") ;;
+# Windows before the sanitizers: its tests wait most, and their builds take longest.
+"") presets=("${linux[0]}" "${windows[@]}" "${linux[@]:1}") ;;
 --linux) presets=("${linux[@]}") ;;
 --windows) presets=("${windows[@]}") ;;
 --host) presets=(host) ;;

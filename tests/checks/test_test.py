@@ -46,7 +46,7 @@ class TestScriptTest(ScriptTest):
         result = self.run_script("test.sh")
         self.assertEqual(result.returncode, 0, result.stdout)
         self.assertEqual(self.last_line(result), "4 passed, 0 failed")
-        self.assertEqual(self.built(), ["linux-release", "linux-asan", "linux-tsan", "windows"])
+        self.assertEqual(self.built(), ["linux-release", "windows", "linux-asan", "linux-tsan"])
         self.assertIn(f"reports: xml:Z:{self.top}/build/test-results/windows/gtest/", result.stdout)
 
     def test_wine_is_prepared_before_and_ended_after(self):
