@@ -5,13 +5,12 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "standin/connection.h"
+#include "tests/read_file.h"
 #include "tests/tools/standin/scripted_client.h"
 
 namespace standintest {
@@ -47,9 +46,8 @@ class TestFolder {
     }
 
     std::string content(const std::string& name) const {
-        std::ifstream file(path_ / name, std::ios::binary);
-        EXPECT_TRUE(file.is_open()) << name;
-        return {std::istreambuf_iterator<char>(file), {}};
+        EXPECT_TRUE(fs::is_regular_file(path_ / name)) << name;
+        return readFile(path_ / name);
     }
 
   private:
