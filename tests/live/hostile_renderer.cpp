@@ -173,7 +173,7 @@ TEST_F(HostileRenderer, BreaksOffAtEachByteOfEachMessage) {
 }
 
 TEST_F(HostileRenderer, BreaksOffWhileMoreComesThanFitsIntoBuffers) {
-    // Any program of two sockets shows it, with Wine 8.0 in about one of a hundred sends.
+    // Any program of two sockets shows it with Wine 8.0.
     if (isWine()) GTEST_SKIP() << "Wine may not wake a waiting send when its connection breaks";
     const HostString text(4'000'000, Q7Char('x'));
     const auto renderer = linked();
