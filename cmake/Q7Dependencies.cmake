@@ -45,59 +45,7 @@ if(NOT TARGET q7_stb AND NOT CMAKE_CROSSCOMPILING)
   q7_header_only(q7_stb none none stb_image.h)
 endif()
 
-# What scripts/setup.sh unpacks for the project alone.
-set(Q7_MINIZIP_PREFIX ${CMAKE_SOURCE_DIR}/build/packages/minizip-ng/usr)
-# A shared one is not linked but loaded by the library (src/archive/zip_library.h): what is needed of it
-# here are the headers and the name of its file.
-add_library(q7_minizip INTERFACE)
-if(CMAKE_CROSSCOMPILING)
-  # There is no Windows build of it among the packages, but the headers are the same on every system.
-  find_path(q7_minizip_HEADERS mz_zip_rw.h NO_CMAKE_FIND_ROOT_PATH NO_DEFAULT_PATH
-    PATHS /usr/include/minizip-ng ${Q7_MINIZIP_PREFIX}/include/minizip-ng)
-  if(NOT q7_minizip_HEADERS)
-    message(FATAL_ERROR "minizip-ng is required (scripts/setup.sh installs it)")
-  endif()
-  target_include_directories(q7_minizip SYSTEM INTERFACE ${q7_minizip_HEADERS})
-  target_compile_definitions(q7_minizip INTERFACE Q7_ZIP_LIBRARY="minizip-ng.dll")
-else()
-  find_package(minizip-ng CONFIG QUIET PATHS ${Q7_MINIZIP_PREFIX})
-  if(NOT TARGET MINIZIP::minizip-ng)
-    message(FATAL_ERROR "minizip-ng is required (scripts/setup.sh installs it)")
-  endif()
-  get_target_property(minizip_kind MINIZIP::minizip-ng TYPE)
-  if(minizip_kind STREQUAL SHARED_LIBRARY)
-    set(minizip_name $<TARGET_SONAME_FILE_NAME:MINIZIP::minizip-ng>)
-    if(WIN32)
-      set(minizip_name $<TARGET_FILE_NAME:MINIZIP::minizip-ng>)
-    endif()
-    target_include_directories(q7_minizip SYSTEM INTERFACE
-      $<TARGET_PROPERTY:MINIZIP::minizip-ng,INTERFACE_INCLUDE_DIRECTORIES>)
-    target_compile_definitions(q7_minizip INTERFACE Q7_ZIP_LIBRARY="${minizip_name}")
-  else()
-    target_link_libraries(q7_minizip INTERFACE MINIZIP::minizip-ng)
-  endif()
-endif()
-
-# Where the project's own copy is used, it stands beside the library, so that both can be taken elsewhere,
-# and beside the programs of the build. One that the system has is left where it is.
-add_custom_target(q7_minizip_copies)
-cmake_path(IS_PREFIX Q7_MINIZIP_PREFIX "${minizip-ng_DIR}" minizip_is_private)
-if(minizip_is_private AND minizip_kind STREQUAL SHARED_LIBRARY)
-  foreach(folder ${CMAKE_BINARY_DIR} ${CMAKE_BINARY_DIR}/bin)
-    add_custom_command(TARGET q7_minizip_copies POST_BUILD VERBATIM
-      COMMAND ${CMAKE_COMMAND} -E make_directory ${folder}
-      COMMAND ${CMAKE_COMMAND} -E copy_if_different $<TARGET_FILE:MINIZIP::minizip-ng>
-        ${folder}/${minizip_name})
-  endforeach()
-endif()
-
-# For the readers of archives in the tools; in a MinGW build it goes into each program.
-if(MINGW)
-  set(ZLIB_USE_STATIC_LIBS ON)
-endif()
-find_package(ZLIB REQUIRED)
-add_library(q7_zlib INTERFACE)
-target_link_libraries(q7_zlib INTERFACE ZLIB::ZLIB)
+include(Q7Minizip)
 
 if(Q7_BUILD_TOOLS AND NOT CMAKE_CROSSCOMPILING)
   find_package(assimp CONFIG QUIET)

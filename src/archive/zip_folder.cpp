@@ -1,24 +1,15 @@
 #include "archive/zip_folder.h"
 
 #include <cstdint>
+#include <limits>
 #include <new>
-#include <optional>
 #include <string>
 
 #include "archive/zip_library.h"
+#include "platform/files.h"
 #include "platform/folders.h"
 
 namespace {
-
-// The zip library puts paths together in 1024 bytes, and runs past their end with longer ones. Some room
-// is left for what it adds.
-constexpr std::size_t longestPath = 900;
-
-// Whether the library can take the folder with all that is in it.
-bool allPathsFit(const WideString& folder) {
-    const std::optional<std::size_t> longest = platform::longestPathIn(folder);
-    return longest && *longest <= longestPath;
-}
 
 // Without a password; the library itself marks entry names as UTF-8.
 class Writer {
@@ -37,15 +28,22 @@ class Writer {
         constexpr std::uint8_t append = 0;
         return library_.open(writer_, path.c_str(), noSplitting, append) == MZ_OK;
     }
-    bool addFolder(const std::string& folder) {
-        constexpr std::uint8_t includePath = 0;
-        constexpr std::uint8_t recursive = 1;
-        return library_.addPath(writer_, folder.c_str(), folder.c_str(), includePath, recursive) ==
-               MZ_OK;
+    // The zip library could walk the folder itself, but copies paths into buffers of fixed sizes on the
+    // way: 1024 bytes for a path, on Windows 320 for a folder and 256 for a name.
+    bool addFolder(const WideString& folder) {
+        return platform::walkFolder(folder, [this](const platform::FolderEntry& entry) {
+            return add(entry.path, entry.name);
+        });
     }
     bool close() { return library_.close(writer_) == MZ_OK; }
 
   private:
+    bool add(const std::string& path, const std::string& name) {
+        // A zip file counts the bytes of a name in 16 bits.
+        return name.size() < std::numeric_limits<std::uint16_t>::max() &&
+               library_.addFile(writer_, path.c_str(), name.c_str()) == MZ_OK;
+    }
+
     const ZipLibrary& library_;
     void* writer_;
 };
@@ -53,10 +51,8 @@ class Writer {
 }  // namespace
 
 bool zipFolder(const WideString& folder, const WideString& zipPath) {
-    const std::string archive = wideToUtf8(zipPath);
-    if (!allPathsFit(folder) || archive.size() > longestPath) return false;
     const ZipLibrary library;
     if (!library.isComplete()) return false;
     Writer writer(library);
-    return writer.open(archive) && writer.addFolder(wideToUtf8(folder)) && writer.close();
+    return writer.open(platform::pathInUtf8(zipPath)) && writer.addFolder(folder) && writer.close();
 }

@@ -5,6 +5,5 @@
 
 // Packs what is in the folder, with all levels below, into a new zip file, which replaces an older one.
 // Entries are named relative to the folder. False when something could not be read or written, as far as
-// the zip library tells: a full disk may stay untold. Also when a path is too long for that library,
-// which takes 900 bytes, and on Windows 260 characters.
+// the zip library reports: a full disk may go unreported.
 bool zipFolder(const WideString& folder, const WideString& zipPath);

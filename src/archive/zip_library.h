@@ -21,10 +21,10 @@ struct ZipLibrary {
 
     // Whether all functions are there, and call their own kind.
     bool isComplete() const {
-        return create && destroy && setMethod && setLevel && open && addPath && close &&
-               file.reaches({"mz_zip_writer_create", "mz_zip_writer_add_path", "mz_zip_create",
+        return create && destroy && setMethod && setLevel && open && addFile && close &&
+               file.reaches({"mz_zip_writer_create", "mz_zip_writer_add_file", "mz_zip_create",
                              "mz_zip_entry_write_open", "mz_stream_open", "mz_stream_write",
-                             "mz_stream_os_create", "mz_os_open_dir", "mz_path_combine",
+                             "mz_stream_os_create", "mz_os_is_dir", "mz_os_get_file_attribs",
                              "deflateInit2_", "deflate", "deflateEnd", "crc32"});
     }
 
@@ -44,7 +44,7 @@ struct ZipLibrary {
     decltype(&mz_zip_writer_set_compress_level) const setLevel =
         Q7_ZIP_FUNCTION(mz_zip_writer_set_compress_level);
     decltype(&mz_zip_writer_open_file) const open = Q7_ZIP_FUNCTION(mz_zip_writer_open_file);
-    decltype(&mz_zip_writer_add_path) const addPath = Q7_ZIP_FUNCTION(mz_zip_writer_add_path);
+    decltype(&mz_zip_writer_add_file) const addFile = Q7_ZIP_FUNCTION(mz_zip_writer_add_file);
     decltype(&mz_zip_writer_close) const close = Q7_ZIP_FUNCTION(mz_zip_writer_close);
 #undef Q7_ZIP_FUNCTION
 };

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <string>
 
 #include "support/text.h"
 
@@ -24,5 +25,8 @@ bool fileCanBeOpened(const WideString& path);
 
 // The path as the standard library takes it, which may be longer than 260 characters.
 std::filesystem::path nativePath(const WideString& path);
+
+// The same path in UTF-8, for libraries that take paths so.
+std::string pathInUtf8(const WideString& path);
 
 }  // namespace platform

@@ -2,8 +2,8 @@
 // 260 characters.
 #pragma once
 
-#include <cstddef>
-#include <optional>
+#include <functional>
+#include <string>
 
 #include "support/text.h"
 
@@ -26,8 +26,16 @@ FolderCreation createFolder(const WideString& path);
 // False when there was nothing, or when something stays.
 bool removeFolderTree(const WideString& path);
 
-// How many bytes of UTF-8 the longest of the paths has: the folder's own and, on all levels below, those of
-// what is in it. Links are not followed. Nothing when one of the folders cannot be read.
-std::optional<std::size_t> longestPathIn(const WideString& folder);
+// A file or folder below a folder that is walked.
+struct FolderEntry {
+    std::string path;  // UTF-8, of any length, for functions that open it by that
+    std::string name;  // relative to the walked folder, in UTF-8, with the platform's separators
+    bool isFolder;
+};
+
+// Visits the files and folders on all levels below the folder, each folder before its content, in the
+// order of the file system. Links and special files are left out. False when a folder cannot be read, or
+// when visit returns false, which ends the walk.
+bool walkFolder(const WideString& folder, const std::function<bool(const FolderEntry&)>& visit);
 
 }  // namespace platform

@@ -1,10 +1,11 @@
 """Installs the library where nothing is, uses it from there as a project of somebody else would, and makes
 the packages.
 
-    install.py BUILD CMAKE COMPILER [--toolchain FILE] [--run PROGRAM] [--zip-bridge FILE]
+    install.py BUILD CMAKE COMPILER [--toolchain FILE] [--run PROGRAM] [--zip-inside | --zip-bridge FILE]
 
 BUILD is the build to install, COMPILER a C++ compiler for the same system. --run starts programs of that
-system. --zip-bridge is put beside the library where the system's own zip library is not installed.
+system. --zip-inside: the zip library is part of the library. --zip-bridge: only this file, which is not
+installed, lets the library make archives; it is put beside the library.
 """
 
 import argparse
@@ -47,9 +48,12 @@ def expected_files(windows):
         "share/doc/q7plugin/licences/nlohmann-json.txt",
         "share/doc/q7plugin/licences/cli11.txt",
         "share/doc/q7plugin/licences/stb.txt",
+        "share/doc/q7plugin/licences/zlib.txt",
         "share/doc/q7plugin/docs/preview.png",
         "share/doc/q7plugin/examples/guide/nodes.cpp",
     ]
+    if arguments.zip_inside:
+        names.append("share/doc/q7plugin/licences/minizip-ng.txt")
     if windows:
         return names + [
             "bin/Q7Plugin.dll",
@@ -59,7 +63,6 @@ def expected_files(windows):
             "lib/libQ7Plugin.dll.a",
             "share/doc/q7plugin/licences/gcc-runtime.txt",
             "share/doc/q7plugin/licences/mingw-w64-runtime.txt",
-            "share/doc/q7plugin/licences/zlib.txt",
         ]
     return names + [
         "lib/libQ7Plugin.so",
@@ -111,6 +114,8 @@ class InstallTest(unittest.TestCase):
         files = [str(f.relative_to(self.prefix)) for f in self.prefix.rglob("*") if f.is_file()]
         odd = [f for f in files if "tests" in f or "__pycache__" in f or f.endswith((".o", ".a.log"))]
         self.assertEqual(odd, [])
+        if arguments.zip_inside:
+            self.assertEqual([f for f in files if "minizip" in Path(f).name and "licences" not in f], [])
 
     def test_licences_are_texts(self):
         for file in (self.prefix / "share/doc/q7plugin/licences").iterdir():
@@ -179,7 +184,9 @@ class PackageTest(unittest.TestCase):
 
     def test_archive(self):
         if self.windows:
-            file = self.folder / f"q7plugin-{VERSION}-windows-x64.zip"
+            # A package that cannot make archives on Windows says so in its name.
+            lacking = "-without-archives" if arguments.zip_bridge else ""
+            file = self.folder / f"q7plugin-{VERSION}-windows-x64{lacking}.zip"
             with zipfile.ZipFile(file) as packed:
                 names = set(packed.namelist())
         else:
@@ -207,6 +214,7 @@ if __name__ == "__main__":
     parser.add_argument("compiler")
     parser.add_argument("--toolchain")
     parser.add_argument("--run")
+    parser.add_argument("--zip-inside", action="store_true")
     parser.add_argument("--zip-bridge")
     parser.parse_args(namespace=arguments)
     unittest.main(argv=sys.argv[:1], verbosity=2)

@@ -2,7 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
+#include <set>
+#include <vector>
+
+#if !defined(_WIN32)
+#include <sys/stat.h>
+#endif
 
 #include "platform/files.h"
 #include "tests/platform/local_app_data.h"
@@ -179,41 +186,88 @@ TEST(Folders, MayHavePathsOfAnyLength) {
     EXPECT_FALSE(platform::isFolder(first));
 }
 
-TEST(LongestPathIn, CountsTheBytesOfAllLevels) {
-    const TemporaryFolder folder;
-    const auto longest = [&](const fs::path& path) {
-        return platform::longestPathIn(wide(path)).value_or(0) - wideToUtf8(wide(path)).size();
-    };
-    EXPECT_EQ(longest(folder.path()), 0U);
-    std::ofstream(folder / "file") << "x";
-    EXPECT_EQ(longest(folder.path()), 5U);
-    fs::create_directories(folder / "a" / "bc" / "d");
-    EXPECT_EQ(longest(folder.path()), 7U);
-    std::ofstream(folder / "a" / fs::path(u"\u00E9\u4E2D\U0001F600")) << "x";
-    EXPECT_EQ(longest(folder.path()), 12U);
-    EXPECT_EQ(longest(folder / "a"), 10U);
-    const WideString deep = pathOfLength(folder.path(), 700);
-    EXPECT_TRUE(createAll(deep));
-    EXPECT_EQ(platform::longestPathIn(wide(folder.path())), 700U);
-    EXPECT_EQ(platform::longestPathIn(deep), 700U);
+namespace {
+
+// The names that a walk visits, folders with a separator at the end; their paths must lead to them.
+std::vector<std::string> namesBelow(const WideString& folder) {
+    std::vector<std::string> names;
+    EXPECT_TRUE(platform::walkFolder(folder, [&](const platform::FolderEntry& entry) {
+        EXPECT_TRUE(entry.path.ends_with(entry.name)) << entry.path;
+        const WideString path = utf8ToWide(entry.path);
+        EXPECT_EQ(platform::isFolder(path), entry.isFolder) << entry.path;
+        EXPECT_EQ(platform::fileCanBeOpened(path), !entry.isFolder) << entry.path;
+        names.push_back(entry.isFolder ? wideToUtf8(utf8ToWide(entry.name) + separator)
+                                       : entry.name);
+        return true;
+    }));
+    return names;
 }
 
-TEST(LongestPathIn, IsNothingForWhatIsNoFolder) {
+std::string native(const char16_t* path) {
+    return wideToUtf8(wide(fs::path(path).make_preferred()));
+}
+
+}  // namespace
+
+TEST(WalkFolder, VisitsAllLevelsAndFoldersBeforeTheirContent) {
+    const TemporaryFolder folder;
+    EXPECT_EQ(namesBelow(wide(folder.path())), std::vector<std::string>());
+    fs::create_directories(folder / "a" / "bc" / "d");
+    std::ofstream(folder / "a" / "bc" / "file") << "x";
+    const std::vector<std::string> names = namesBelow(wide(folder.path()));
+    const std::vector<std::string> first(names.begin(), names.begin() + 2);
+    EXPECT_EQ(first, (std::vector<std::string>{native(u"a/"), native(u"a/bc/")}));
+    const std::set<std::string> rest(names.begin() + 2, names.end());
+    EXPECT_EQ(names.size(), 4U);
+    EXPECT_EQ(rest, (std::set<std::string>{native(u"a/bc/d/"), native(u"a/bc/file")}));
+}
+
+TEST(WalkFolder, NamesAreUtf8AndOfAnyLength) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder / fs::path(u"\u00E9"));
+    std::ofstream(folder / fs::path(u"\u00E9") / fs::path(u"\u4E2D\U0001F600")) << "x";
+    EXPECT_EQ(namesBelow(wide(folder.path())),
+              (std::vector<std::string>{native(u"\u00E9/"), native(u"\u00E9/\u4E2D\U0001F600")}));
+    const WideString deep = pathOfLength(folder.path(), 700);
+    EXPECT_TRUE(createAll(deep));
+    const std::string longest = wideToUtf8(deep.substr(wide(folder.path()).size() + 1));
+    const std::vector<std::string> all = namesBelow(wide(folder.path()));
+    EXPECT_EQ(std::count(all.begin(), all.end(), longest + native(u"/")), 1);
+    EXPECT_EQ(namesBelow(deep), std::vector<std::string>());
+}
+
+TEST(WalkFolder, EndsWhenTheVisitorSaysSo) {
+    const TemporaryFolder folder;
+    for (const char* name : {"a", "b", "c"})
+        std::ofstream(folder / name) << "x";
+    int visits = 0;
+    EXPECT_FALSE(platform::walkFolder(
+        wide(folder.path()), [&](const platform::FolderEntry&) { return ++visits < 2; }));
+    EXPECT_EQ(visits, 2);
+}
+
+TEST(WalkFolder, IsFalseForWhatIsNotAFolder) {
     const TemporaryFolder folder;
     std::ofstream(folder / "file") << "x";
-    EXPECT_EQ(platform::longestPathIn(wide(folder / "file")), std::nullopt);
-    EXPECT_EQ(platform::longestPathIn(wide(folder / "missing")), std::nullopt);
-    EXPECT_EQ(platform::longestPathIn(u""), std::nullopt);
+    for (const WideString& path : {wide(folder / "file"), wide(folder / "missing"), WideString()}) {
+        EXPECT_FALSE(platform::walkFolder(path, [](const platform::FolderEntry&) {
+            ADD_FAILURE() << "visited";
+            return true;
+        }));
+    }
 }
 
 #if !defined(_WIN32)
 
-TEST(LongestPathIn, FollowsNoLink) {
+TEST(WalkFolder, LeavesOutLinksAndSpecialFiles) {
     const TemporaryFolder folder;
     fs::create_directories(folder / "inner");
+    std::ofstream(folder / "inner" / "file") << "x";
     fs::create_directory_symlink(folder.path(), folder / "inner" / "loop");
-    const std::size_t length = wideToUtf8(wide(folder.path())).size();
-    EXPECT_EQ(platform::longestPathIn(wide(folder.path())), length + 11);
+    fs::create_symlink(folder / "inner" / "file", folder / "link");
+    ASSERT_EQ(mkfifo((folder / "fifo").c_str(), S_IRUSR | S_IWUSR), 0);
+    EXPECT_EQ(namesBelow(wide(folder.path())),
+              (std::vector<std::string>{"inner/", "inner/file"}));
 }
 
 #endif

@@ -4,6 +4,7 @@
 #include <array>
 #include <atomic>
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <new>
@@ -19,10 +20,26 @@ namespace {
 constinit std::atomic<std::size_t> made = 0;
 constinit std::atomic<std::size_t> failing = 0;
 
-#if defined(Q7_ALL_ALLOCATIONS)
-
 // The zip library frees something twice when one of its small allocations fails. What it does then is not
 // ours to say.
+#if defined(Q7_ZIP_IS_LINKED)
+
+thread_local int callsOfTheZipLibrary = 0;
+
+bool isForTheZipLibrary() {
+    return callsOfTheZipLibrary > 0;
+}
+
+template <class... Arguments>
+std::int32_t inZipLibrary(std::int32_t (*function)(Arguments...), Arguments... arguments) {
+    ++callsOfTheZipLibrary;
+    const std::int32_t result = function(arguments...);
+    --callsOfTheZipLibrary;
+    return result;
+}
+
+#elif defined(Q7_ALL_ALLOCATIONS)
+
 bool isForTheZipLibrary() {
     std::array<void*, 24> frames;
     const int count = backtrace(frames.data(), static_cast<int>(frames.size()));
@@ -65,6 +82,30 @@ void failAllocation(std::size_t number, AllocationFault fault) {
 std::size_t allocationsSince() {
     return made;
 }
+
+#if defined(Q7_ZIP_IS_LINKED)
+
+// The linker hands these to the library in place of the zip library's own (--wrap).
+extern "C" {
+
+std::int32_t __real_mz_zip_writer_open_file(void*, const char*, std::int64_t, std::uint8_t);
+std::int32_t __wrap_mz_zip_writer_open_file(void* writer, const char* path, std::int64_t diskSize,
+                                            std::uint8_t append) {
+    return inZipLibrary(__real_mz_zip_writer_open_file, writer, path, diskSize, append);
+}
+
+std::int32_t __real_mz_zip_writer_add_file(void*, const char*, const char*);
+std::int32_t __wrap_mz_zip_writer_add_file(void* writer, const char* path, const char* name) {
+    return inZipLibrary(__real_mz_zip_writer_add_file, writer, path, name);
+}
+
+std::int32_t __real_mz_zip_writer_close(void*);
+std::int32_t __wrap_mz_zip_writer_close(void* writer) {
+    return inZipLibrary(__real_mz_zip_writer_close, writer);
+}
+}
+
+#endif
 
 #if defined(Q7_ALL_ALLOCATIONS)
 

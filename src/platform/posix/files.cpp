@@ -17,7 +17,11 @@ bool fileCanBeOpened(const WideString& path) {
 }
 
 std::filesystem::path nativePath(const WideString& path) {
-    return {wideToUtf8(path)};
+    return {pathInUtf8(path)};
+}
+
+std::string pathInUtf8(const WideString& path) {
+    return wideToUtf8(path);
 }
 
 }  // namespace platform

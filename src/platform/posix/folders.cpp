@@ -5,7 +5,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
@@ -81,14 +80,19 @@ bool removeEntry(int parent, const char* name) {
     return unlinkat(parent, name, AT_REMOVEDIR) == 0;
 }
 
-// Raises the length to that of the longest path in the folder, whose own path has the given length.
-bool measure(DIR* folder, std::size_t length, std::size_t& longest) {
+// Walks the folder; `parent` is what its entries' paths and names begin with.
+bool walk(DIR* folder, const FolderEntry& parent,
+          const std::function<bool(const FolderEntry&)>& visit) {
     return forEachEntry(folder, [&](const char* name) {
-        const std::size_t entryLength = length + 1 + std::string_view(name).size();
-        longest = std::max(longest, entryLength);
+        struct stat details = {};
+        if (fstatat(dirfd(folder), name, &details, AT_SYMLINK_NOFOLLOW) != 0) return false;
+        FolderEntry entry = {parent.path + name, parent.name + name, S_ISDIR(details.st_mode)};
+        if (!entry.isFolder) return !S_ISREG(details.st_mode) || visit(entry);
         const Folder inner = openFolder(dirfd(folder), name);
-        if (!inner) return errno == ENOTDIR || errno == ELOOP;
-        return measure(inner.get(), entryLength, longest);
+        if (!inner || !visit(entry)) return false;
+        entry.path += '/';
+        entry.name += '/';
+        return walk(inner.get(), entry, visit);
     });
 }
 
@@ -118,12 +122,10 @@ bool removeFolderTree(const WideString& path) {
     return removeEntry(AT_FDCWD, nativePath(path).c_str());
 }
 
-std::optional<std::size_t> longestPathIn(const WideString& folder) {
-    const std::string path = wideToUtf8(folder);
-    std::size_t longest = path.size();
+bool walkFolder(const WideString& folder, const std::function<bool(const FolderEntry&)>& visit) {
+    const std::string path = pathInUtf8(folder);
     const Folder opened = openFolder(AT_FDCWD, path.c_str(), 0);
-    if (!opened || !measure(opened.get(), path.size(), longest)) return std::nullopt;
-    return longest;
+    return opened && walk(opened.get(), {path + '/', "", true}, visit);
 }
 
 }  // namespace platform

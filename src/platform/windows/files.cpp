@@ -33,6 +33,11 @@ std::filesystem::path nativePath(const WideString& path) {
     return {fullPath(native).size() > longestOrdinaryPath ? extendedLengthPath(native) : native};
 }
 
+std::string pathInUtf8(const WideString& path) {
+    const std::wstring native = nativePath(path).native();
+    return wideToUtf8(WideString(native.begin(), native.end()));
+}
+
 bool fileCanBeOpened(const WideString& path) {
     return File(_wfopen(nativePath(path).c_str(), L"rb")) != nullptr;
 }

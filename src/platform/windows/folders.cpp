@@ -4,7 +4,6 @@
 
 #include <shlobj.h>
 
-#include <algorithm>
 #include <array>
 #include <memory>
 #include <string>
@@ -64,16 +63,19 @@ bool removeEntry(const std::wstring& path, DWORD attributes) {
     return RemoveDirectoryW(path.c_str()) != 0;
 }
 
-std::size_t utf8Length(const std::wstring& path) {
-    return wideToUtf8(WideString(path.begin(), path.end())).size();
+std::string inUtf8(std::wstring_view text) {
+    return wideToUtf8(WideString(text.begin(), text.end()));
 }
 
-// Raises the length to that of the longest path in the folder; `added` is what the folder's own path has
-// beyond the one that is measured.
-bool measure(const std::wstring& folder, std::size_t added, std::size_t& longest) {
-    return forEachEntry(folder, [&](const std::wstring& path, const WIN32_FIND_DATAW& entry) {
-        longest = std::max(longest, utf8Length(path) - added);
-        return !isFolderItself(entry.dwFileAttributes) || measure(path, added, longest);
+// Walks a folder below the one at the path of the given length, or that one.
+bool walk(const std::wstring& folder, std::size_t topLength,
+          const std::function<bool(const FolderEntry&)>& visit) {
+    return forEachEntry(folder, [&](const std::wstring& path, const WIN32_FIND_DATAW& found) {
+        const bool isFolder = isFolderItself(found.dwFileAttributes);
+        if (!isFolder && (found.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0) return true;
+        const std::wstring_view name = std::wstring_view(path).substr(topLength + 1);
+        return visit({inUtf8(path), inUtf8(name), isFolder}) &&
+               (!isFolder || walk(path, topLength, visit));
     });
 }
 
@@ -111,14 +113,11 @@ bool removeFolderTree(const WideString& path) {
     return attributes != INVALID_FILE_ATTRIBUTES && removeEntry(folder, attributes);
 }
 
-std::optional<std::size_t> longestPathIn(const WideString& folder) {
-    // Whoever takes the paths takes them as the folder's own is given, long ones too.
-    const std::wstring given(folder.begin(), folder.end());
-    const std::wstring walked = extendedLengthPath(nativePath(folder).native());
-    const std::size_t added = utf8Length(walked) - utf8Length(given);
-    std::size_t longest = utf8Length(given);
-    if (!measure(walked, added, longest)) return std::nullopt;
-    return longest;
+bool walkFolder(const WideString& folder, const std::function<bool(const FolderEntry&)>& visit) {
+    // As a full path it would be the working directory.
+    if (folder.empty()) return false;
+    const std::wstring top = extendedLengthPath(nativePath(folder).native());
+    return walk(top, top.size(), visit);
 }
 
 }  // namespace platform

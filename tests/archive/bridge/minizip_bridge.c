@@ -2,6 +2,7 @@
  * and hands each call on to the system's own one. Windows paths become the system's on the way. */
 
 #include <stdint.h>
+#include <string.h>
 #include <windows.h>
 
 /* Each of these needs the types of those before it. */
@@ -10,7 +11,7 @@
 #include <mz_zip.h>
 #include <mz_zip_rw.h>
 
-/* The system's path in memory of the process heap, or null for a path that leads nowhere. */
+/* The system's path in memory of the process heap, or null for a path that the system does not have. */
 static char* unixPath(const char* path) {
     const int length = MultiByteToWideChar(CP_UTF8, 0, path, -1, NULL, 0);
     WCHAR* wide = HeapAlloc(GetProcessHeap(), 0, (SIZE_T)length * sizeof(WCHAR));
@@ -50,17 +51,21 @@ int32_t CDECL bridgedOpenFile(void* handle, const char* path, int64_t diskSize, 
     return result;
 }
 
-int32_t CDECL bridgedAddPath(void* handle, const char* path, const char* rootPath,
-                             uint8_t includePath, uint8_t recursive) {
-    char* folder = unixPath(path);
-    /* The library compares the two pointers, and takes a file that is its own root by its name. */
-    char* root = rootPath == path ? folder : unixPath(rootPath);
-    const int32_t result =
-        folder == NULL || root == NULL
-            ? MZ_EXIST_ERROR
-            : mz_zip_writer_add_path(handle, folder, root, includePath, recursive);
-    if (root != folder) freePath(root);
-    freePath(folder);
+int32_t CDECL bridgedAddFile(void* handle, const char* path, const char* name) {
+    char* file = unixPath(path);
+    /* On Windows the library itself writes the separators of names so. */
+    const size_t length = strlen(name);
+    char* entry = HeapAlloc(GetProcessHeap(), 0, length + 1);
+    int32_t result = MZ_MEM_ERROR;
+    if (file == NULL) {
+        result = MZ_OPEN_ERROR;
+    } else if (entry != NULL) {
+        for (size_t i = 0; i <= length; ++i)
+            entry[i] = name[i] == '\\' ? '/' : name[i];
+        result = mz_zip_writer_add_file(handle, file, entry);
+    }
+    freePath(entry);
+    freePath(file);
     return result;
 }
 
