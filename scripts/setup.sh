@@ -20,10 +20,10 @@ fail() {
 both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev libstb-dev
     libtinyobjloader-dev assimp-testmodels zlib1g-dev unzip zip pkgconf)
 # locales: the tests make themselves a locale with a decimal comma.
-# dpkg-dev: finds out what the .deb package needs.
+# dpkg-dev, file: cpack finds out by them what the .deb package needs.
 # python3-...: the tests of the Python package install it, check its types and hand it arrays.
 linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev libtinygltf-dev clang-format clang-tidy cppcheck locales
-    doxygen dpkg-dev python3-mypy python3-numpy python3-pip python3-setuptools python3-wheel)
+    doxygen dpkg-dev file python3-mypy python3-numpy python3-pip python3-setuptools python3-wheel)
 # clang, lld and llvm make the caller that follows the MSVC ABI; libwine-dev and wine64-tools the
 # bridge to minizip-ng. Windows are found by their titles only where there is a display: xvfb.
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 libwine-dev wine64-tools xvfb
