@@ -11,6 +11,7 @@
 # The rows of each are left in build/bench.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. scripts/jobs.sh
 # A program that asks must not wait for ever.
 exec </dev/null
 
@@ -56,7 +57,7 @@ quietly() {
     local what=$1
     shift
     say "$what"
-    "$@" >"$rows/$what.log" 2>&1 && return
+    in_group "$@" >"$rows/$what.log" 2>&1 && return
     tail -n 20 "$rows/$what.log" >&2
     fail "$what failed, the whole log is $rows/$what.log"
 }
@@ -70,11 +71,11 @@ run_program() {
     local program=build/linux/bin/q7bench_$1
     say "$1"
     [[ -x $program ]] || fail "$program was not built; cmake --preset linux-release tells what it lacks"
-    "$program" "${options[@]}" >"$rows/$1.new" || fail "$program failed"
+    in_group "$program" "${options[@]}" >"$rows/$1.new" || fail "$program failed"
 }
 
 mkdir -p "$rows"
-scripts/setup.sh --bench
+set_up --bench
 quietly configure cmake --preset linux-release
 quietly build cmake --build --preset linux-release --target q7benchmarks
 for name in "${names[@]}"; do

@@ -9,6 +9,7 @@
 # stand-in received in build/demo/received. The last line is the path of a picture.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. scripts/jobs.sh
 exec </dev/null
 
 scripts/setup.sh --linux
@@ -61,7 +62,7 @@ end_standin() {
     wait "$standin" || standin_failed=1
     standin=
 }
-trap end_standin EXIT
+trap 'end_standin; end_jobs' EXIT
 
 fail_live() {
     cat "$standin_log" >&2

@@ -11,6 +11,7 @@
 # of what it finds is inside Assimp.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. scripts/jobs.sh
 
 fail() {
     echo "fuzz: $1" >&2
@@ -30,9 +31,9 @@ for target in "${targets[@]}"; do
 done
 
 build=${Q7_FUZZ_BUILD:-build/linux-fuzz}
-scripts/setup.sh --fuzz
-cmake --preset linux-fuzz -B "$build" >/dev/null
-cmake --build "$build" --target "${targets[@]/#/q7fuzz_}"
+set_up --fuzz
+in_group cmake --preset linux-fuzz -B "$build" >/dev/null
+in_group cmake --build "$build" --target "${targets[@]/#/q7fuzz_}"
 
 # The sanitizers' shadow memory does not fit every layout of the address space.
 run=(setarch --addr-no-randomize)
@@ -47,7 +48,7 @@ for target in "${targets[@]}"; do
     cp "fuzz/corpus/$target"/* "$corpus"
     echo "fuzz: $target for $seconds s"
     result=0
-    "${run[@]}" "$build/bin/q7fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
+    in_group "${run[@]}" "$build/bin/q7fuzz_$target" -max_total_time="$seconds" -max_len=8192 -timeout=10 \
         -rss_limit_mb=1024 -malloc_limit_mb=256 -print_final_stats=1 \
         -artifact_prefix="$findings/" "$corpus" >"$log" 2>&1 || result=$?
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")

@@ -10,6 +10,7 @@
 #   scripts/setup.sh --fuzz      what the Linux builds need, and Clang with libFuzzer for scripts/fuzz.sh
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. scripts/jobs.sh
 
 fail() {
     echo "setup: $1" >&2
@@ -78,7 +79,8 @@ fi
 
 mkdir -p build/packages
 work=$(mktemp -d "$PWD/build/packages/setup.XXXXXX")
-trap 'rm -rf "$work"' EXIT
+# By SIGINT apt-get ends at once while it downloads; what dpkg has begun, it completes first.
+trap 'end_jobs INT; rm -rf "$work"' EXIT
 log=$work/log
 apt() {
     "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300 "$@" \

@@ -13,6 +13,7 @@
 # build/test-results.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
+. scripts/jobs.sh
 exec </dev/null
 
 linux=(linux-release linux-asan linux-tsan)
@@ -78,7 +79,7 @@ run_tests() {
     say "${folder##*/}: tests done"
 }
 
-# The process that runs tests, in a group of its own so that all of them can be ended with the script.
+# The process that runs tests, in a group of its own.
 testing=
 
 # Runs tests beside what comes next, when the tests before have ended: a machine has one renderer.
@@ -91,15 +92,10 @@ run_tests_beside() {
     } &
     testing=$!
     set +m
-    groups+=("$testing")
 }
 
-groups=()
 end() {
-    local group
-    for group in "${groups[@]}"; do
-        kill -- "-$group" 2>/dev/null
-    done
+    end_jobs
     if [[ -e $results/windows ]]; then
         scripts/wine.sh --end >/dev/null 2>&1
     fi
@@ -109,22 +105,23 @@ trap end EXIT
 # The add-ons need the optimised library, the stand-in and the inspector, and nothing else built.
 run_host() {
     mkdir -p "$results/host"
-    step host configure cmake --preset linux-release &&
-        step host build cmake --build --preset linux-release --target Q7Plugin q7-standin q7-inspect ||
+    step host configure in_group cmake --preset linux-release &&
+        step host build in_group cmake --build --preset linux-release \
+            --target Q7Plugin q7-standin q7-inspect ||
         return
-    run_tests host linux-release --build-config host --tests-regex '^host_'
+    run_tests_beside host linux-release --build-config host --tests-regex '^host_'
 }
 
 run_preset() {
     local preset=$1
     mkdir -p "$results/$preset"
-    step "$preset" configure cmake --preset "$preset" &&
-        step "$preset" build cmake --build --preset "$preset" || return
+    step "$preset" configure in_group cmake --preset "$preset" &&
+        step "$preset" build in_group cmake --build --preset "$preset" || return
     run_tests_beside "$preset" "$preset"
 }
 
 say "packages"
-if ! scripts/setup.sh "$@"; then
+if ! set_up "$@"; then
     # Without the packages the builds could only fail with messages that hide the reason.
     echo "0 passed, 1 failed"
     exit 1
@@ -137,6 +134,5 @@ for preset in "${presets[@]}"; do
     esac
 done
 wait
-groups=()
 say "all done"
 python3 scripts/tally.py "${presets[@]/#/$results/}"

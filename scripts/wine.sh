@@ -53,9 +53,12 @@ display_number() {
         setsid Xvfb -displayfd 3 -screen 0 2048x1536x24 -nolisten tcp -noreset \
             3<>"$display_record.ready" 9>&- </dev/null >/dev/null 2>&1 &
         server=$!
+        # Until it is on record, nothing else would end it.
+        trap "kill $server" EXIT
         read -r -t 60 number <>"$display_record.ready" || return
         rm -f "$display_record.ready"
         echo "$server $number" >"$display_record"
+        trap - EXIT
     fi
     echo "$number"
 }

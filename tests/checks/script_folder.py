@@ -19,7 +19,7 @@ class ScriptTest(unittest.TestCase):
         (self.top / "bin").mkdir()
 
     def copy(self, *names):
-        for name in names:
+        for name in (*names, "jobs.sh"):
             shutil.copy(SCRIPTS / name, self.top / "scripts" / name)
 
     def stand_in(self, path, *lines):
