@@ -11,12 +11,17 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+
+#include "tests/platform/registry_permission.h"
 #endif
 
 class Installation {
   public:
     // Registered, with a version unless it is empty, and with the three programs.
     explicit Installation(const std::string& version = "2.5.0", bool registered = true) {
+#if defined(_WIN32)
+        needRegistry();
+#endif
         setVersion(version);
         std::filesystem::create_directories(engineFolder());
         for (const auto& program : {folder_ / "q7_launcher.exe", folder_ / "q7_view.exe",

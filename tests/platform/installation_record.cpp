@@ -6,6 +6,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+
+#include "tests/platform/registry_permission.h"
 #else
 #include <cstdlib>
 #include <filesystem>
@@ -32,6 +34,7 @@ namespace {
 class UninstallKey {
   public:
     explicit UninstallKey(HKEY root) : root_(root) {
+        needRegistry();
         DWORD disposition = 0;
         const LSTATUS result = RegCreateKeyExW(root_, path, 0, nullptr, 0, KEY_READ | KEY_WRITE,
                                                nullptr, &key_, &disposition);

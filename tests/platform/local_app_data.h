@@ -10,11 +10,19 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+
+#include "tests/platform/registry_permission.h"
 #endif
 
 class LocalAppData {
   public:
-    LocalAppData() : before_(current()) { set(folder_.path()); }
+    LocalAppData() {
+#if defined(_WIN32)
+        needRegistry();
+#endif
+        before_ = current();
+        set(folder_.path());
+    }
     ~LocalAppData() {
 #if !defined(_WIN32)
         if (home_) setenv("HOME", home_->c_str(), 1);

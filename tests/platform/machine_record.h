@@ -11,6 +11,8 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+
+#include "tests/platform/registry_permission.h"
 #endif
 
 #if defined(_WIN32)
@@ -18,6 +20,7 @@
 class MachineRecord {
   public:
     explicit MachineRecord(const std::string& icon) {
+        needRegistry();
         DWORD disposition = 0;
         const LSTATUS result = RegCreateKeyExA(HKEY_LOCAL_MACHINE, path, 0, nullptr, 0,
                                                KEY_READ | KEY_WRITE, nullptr, &key_, &disposition);
