@@ -1,7 +1,7 @@
 #include "env/client_id.h"
 
+#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <system_error>
 
 #include "env/directories.h"
@@ -13,27 +13,22 @@
 namespace {
 
 std::string firstLine(const WideString& path) {
-    std::ifstream file(platform::nativePath(path));
+    const platform::File file = platform::openTextForReading(path);
     std::string line;
-    // Only so does a lack of memory reach the caller, and not an id that is cut short.
-    file.exceptions(std::ios::badbit);
-    try {
-        std::getline(file, line);
-    } catch (const std::ios_base::failure&) {
-        // What could be read is the line.
-    }
+    // What could be read is the line.
+    for (int c = EOF; file && (c = std::fgetc(file.get())) != EOF && c != '\n';)
+        line += static_cast<char>(c);
     return line;
 }
 
 // A file that could not be written to its end goes again: what is in it would be the id from then on.
 void store(const std::string& id, const WideString& path) {
-    const std::filesystem::path file = platform::nativePath(path);
-    std::ofstream stream(file);
-    if (!stream) return;
-    stream << id;
-    stream.close();
+    platform::File file = platform::openTextForWriting(path);
+    if (!file) return;
+    const bool isTaken = std::fputs(id.c_str(), file.get()) >= 0;
+    const bool isWritten = std::fclose(file.release()) == 0;
     std::error_code ignored;
-    if (!stream) std::filesystem::remove(file, ignored);
+    if (!isTaken || !isWritten) std::filesystem::remove(platform::nativePath(path), ignored);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "env/file_utilities.h"
 
-#include <fstream>
+#include <array>
+#include <cstddef>
 
 #include "platform/files.h"
 #include "platform/folders.h"
@@ -39,16 +40,21 @@ WideString fileName(const WideString& path) {
     return path.substr(path.rfind(pathSeparator) + 1);
 }
 
-bool copyStream(std::istream& from, std::ostream& to) {
-    if (from.bad() || to.bad()) return false;
-    if (from && to) to << from.rdbuf();
+bool copyStream(std::FILE* from, std::FILE* to) {
+    if ((from && std::ferror(from) != 0) || (to && std::ferror(to) != 0)) return false;
+    std::array<char, 1 << 14> piece;
+    std::size_t count = piece.size();
+    while (from && to && count == piece.size()) {
+        count = std::fread(piece.data(), 1, piece.size(), from);
+        if (std::fwrite(piece.data(), 1, count, to) != count) break;
+    }
     return true;
 }
 
 bool copyFile(const WideString& source, const WideString& target) {
-    std::ifstream from(platform::nativePath(source), std::ios::binary);
-    std::ofstream to(platform::nativePath(target), std::ios::binary);
-    return copyStream(from, to);
+    const platform::File from = platform::openBinaryForReading(source);
+    const platform::File to = platform::openBinaryForWriting(target);
+    return copyStream(from.get(), to.get());
 }
 
 bool copyFileToFolder(const WideString& source, const WideString& folder) {

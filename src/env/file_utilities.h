@@ -2,7 +2,7 @@
 // separator only, unless a function says otherwise.
 #pragma once
 
-#include <iosfwd>
+#include <cstdio>
 
 #include "support/text.h"
 
@@ -18,9 +18,9 @@ WideString parentPath(const WideString& path);
 // What stands behind the last separator, or the whole path.
 WideString fileName(const WideString& path);
 
-// Copies what is left of one stream to another. False only when one of them is bad before that: a
-// stream that has merely failed, as one does whose file cannot be opened, copies nothing and passes.
-bool copyStream(std::istream& from, std::ostream& to);
+// Copies what is left of one file to another. False only when one of them has failed before that: with
+// null, for one that could not be opened, nothing is copied, and the result is true.
+bool copyStream(std::FILE* from, std::FILE* to);
 
 // Copies all bytes of a file, replacing the target. A source that cannot be opened leaves an empty
 // target, a target that cannot be opened loses the data, and both are true.

@@ -1,4 +1,4 @@
-// Opening files by wide path.
+// Opening files by wide path. No program that the host starts gets them: it would keep them open.
 #pragma once
 
 #include <cstdio>
@@ -14,6 +14,10 @@ struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
+
+// Opens for reading; null when that fails. The text form turns the platform's line ends into "\n".
+File openBinaryForReading(const WideString& path);
+File openTextForReading(const WideString& path);
 
 // Opens for writing and empties what was there; null when that fails. The text form turns "\n" into
 // the platform's line end.

@@ -20,7 +20,8 @@ void stopSockets();
 // Whether the text is an IPv4 address in dotted form.
 bool isAddress(const char* address);
 
-// A new TCP socket, or noSocket.
+// A new TCP socket, or noSocket. As with all sockets here no program that the host starts gets it: such a one
+// would keep the connection open, and the peer would never see a message end.
 SocketHandle openSocket();
 // Blocks until the connection stands (true) or has failed (false). The port is in host order.
 bool connectSocket(SocketHandle socket, const char* address, std::uint16_t port);

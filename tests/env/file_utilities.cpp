@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <sstream>
 
 #include "platform/files.h"
 #include "platform/folders.h"
@@ -11,6 +10,11 @@
 #include "tests/platform/long_path.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
+
+#if !defined(_WIN32)
+#include "tests/faults/posix_faults.h"
+#include "tests/platform/inheritance.h"
+#endif
 
 namespace fs = std::filesystem;
 
@@ -118,28 +122,25 @@ TEST(Paths, AreSplitAtThePlatformsSeparatorOnly) {
     EXPECT_EQ(fileName(other), other);
 }
 
-TEST(CopyStream, IsFalseForABadStreamOnly) {
-    for (const auto state : {std::ios::badbit, std::ios::badbit | std::ios::failbit}) {
-        std::istringstream from("text");
-        std::ostringstream to;
-        from.setstate(state);
-        EXPECT_FALSE(copyStream(from, to));
-        from.clear();
-        to.setstate(state);
-        EXPECT_FALSE(copyStream(from, to));
-        EXPECT_EQ(to.str(), "");
-    }
-    std::istringstream from("text");
-    std::ostringstream to;
-    from.setstate(std::ios::failbit);
-    EXPECT_TRUE(copyStream(from, to));
-    from.clear();
-    to.setstate(std::ios::failbit);
-    EXPECT_TRUE(copyStream(from, to));
-    EXPECT_EQ(to.str(), "");
-    to.clear();
-    EXPECT_TRUE(copyStream(from, to));
-    EXPECT_EQ(to.str(), "text");
+TEST(CopyStream, IsFalseForAFileThatHasFailedOnly) {
+    const TemporaryFolder folder;
+    const WideString path = wide(folder / "file");
+    std::ofstream(folder / "file") << "text";
+    const platform::File failed = platform::openBinaryForReading(path);
+    std::fputc('x', failed.get());
+    ASSERT_NE(std::ferror(failed.get()), 0);
+    const platform::File from = platform::openBinaryForReading(path);
+    platform::File to = platform::openBinaryForWriting(wide(folder / "copy"));
+    EXPECT_FALSE(copyStream(failed.get(), to.get()));
+    EXPECT_FALSE(copyStream(failed.get(), nullptr));
+    EXPECT_FALSE(copyStream(from.get(), failed.get()));
+    EXPECT_FALSE(copyStream(nullptr, failed.get()));
+    EXPECT_TRUE(copyStream(nullptr, to.get()));
+    EXPECT_TRUE(copyStream(from.get(), nullptr));
+    EXPECT_EQ(std::ftell(to.get()), 0);
+    EXPECT_TRUE(copyStream(from.get(), to.get()));
+    to.reset();
+    EXPECT_EQ(readFile(folder / "copy"), "text");
 }
 
 TEST(CopyFile, CopiesAllBytesAndReplacesTheTarget) {
@@ -177,6 +178,22 @@ TEST(CopyFile, LosesTheDataWhenTheTargetCannotBeOpened) {
     EXPECT_EQ(std::distance(fs::directory_iterator(folder.path()), fs::directory_iterator()), 1);
     EXPECT_EQ(readFile(folder / "source"), "x");
 }
+
+#if !defined(_WIN32)
+
+TEST(CopyFile, KeepsNoFileOpenInProgramsThatTheHostStarts) {
+    const TemporaryFolder folder;
+    SlowFile source(folder / "source");
+    OpenFiles files;
+    source.write(std::string(100'000, 'x'), [&] { files = openFilesIn(folder.path()); });
+    EXPECT_TRUE(copyFile(wide(folder / "source"), wide(folder / "target")));
+    source.end();
+    // Both ends of the source, and the target.
+    EXPECT_EQ(files.open, 3U);
+    EXPECT_EQ(files.inherited, 0U);
+}
+
+#endif
 
 TEST(CopyFileToFolder, KeepsTheName) {
     const TemporaryFolder folder;

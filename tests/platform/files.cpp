@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/platform/inheritance.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
 
@@ -39,6 +40,34 @@ TEST(OpenForWriting, TakesAnyUnicodeName) {
     EXPECT_EQ(readFile(path), "x");
     std::fputs("y", platform::openTextForWriting(wide(path)).get());
     EXPECT_EQ(readFile(path), "y");
+}
+
+TEST(OpenForReading, GivesTheBytesOrTheTextOfAFile) {
+    const TemporaryFolder folder;
+    const auto path = folder / std::filesystem::path(u"\u00E9\u4E2D\U0001F600");
+    std::ofstream(path, std::ios::binary) << "a" << textLineEnd << "b";
+    char buffer[8] = {};
+    EXPECT_EQ(
+        std::fread(buffer, 1, sizeof buffer, platform::openBinaryForReading(wide(path)).get()),
+        std::string(textLineEnd).size() + 2);
+    EXPECT_EQ(std::fread(buffer, 1, sizeof buffer, platform::openTextForReading(wide(path)).get()),
+              3U);
+    for (const WideString& missing : {WideString(), wide(folder / "missing")}) {
+        EXPECT_EQ(platform::openBinaryForReading(missing), nullptr);
+        EXPECT_EQ(platform::openTextForReading(missing), nullptr);
+    }
+}
+
+TEST(Files, AreNotInherited) {
+    const TemporaryFolder folder;
+    const WideString path = wide(folder / "file");
+    for (platform::File (*const open)(const WideString&) :
+         {platform::openBinaryForWriting, platform::openTextForWriting,
+          platform::openBinaryForReading, platform::openTextForReading}) {
+        const platform::File file = open(path);
+        ASSERT_NE(file, nullptr);
+        EXPECT_FALSE(isInherited(file.get()));
+    }
 }
 
 TEST(FileCanBeOpened, IsTrueForFilesOnly) {

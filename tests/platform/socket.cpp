@@ -3,10 +3,15 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <filesystem>
+#include <fstream>
 #include <thread>
 #include <vector>
 
+#include "tests/platform/child_program.h"
+#include "tests/platform/inheritance.h"
 #include "tests/platform/socket_pair.h"
+#include "tests/temporary_folder.h"
 
 #if defined(_WIN32)
 #include <winsock2.h>
@@ -190,6 +195,24 @@ TEST(Socket, SendsWithoutDelayWhenAskedTo) {
     EXPECT_NE(optionOf<int>(pair.client.get(), IPPROTO_TCP, TCP_NODELAY) & 0xFF, 0);
 }
 
+TEST(Socket, IsNotInherited) {
+    const SocketPair pair;
+    for (const OwnedSocket* const socket : {&pair.listener, &pair.client, &pair.server})
+        EXPECT_FALSE(isInherited(socket->get()));
+}
+
+TEST(Socket, EndsTheConnectionWhateverProgramsTheHostHasStarted) {
+    SocketPair pair;
+    const TemporaryFolder folder;
+    std::ofstream(folder / "lives") << "x";
+    ChildProgram child(Q7_SLEEPER, {"lives"}, folder.path());
+    pair.client.close();
+    EXPECT_TRUE(platform::waitForData(pair.server.get(), patience));
+    EXPECT_FALSE(child.hasEnded());
+    std::filesystem::remove(folder / "lives");
+    EXPECT_EQ(child.exitCode(), 0);
+}
+
 #if !defined(_WIN32)
 
 // Not on Windows: there the buffer would have to be as large as the limit.
@@ -201,14 +224,6 @@ TEST(Socket, ALimitBeyondTheSystemsIsNotCutToItsLowWord) {
     constexpr std::size_t limit = std::size_t{1} << 32;
     EXPECT_EQ(platform::receiveBytes(pair.client.get(), buffer, limit), 3);
     EXPECT_STREQ(buffer, "abc");
-}
-
-TEST(Socket, IsClosedInProgramsThatTheHostStarts) {
-    const SocketPair pair;
-    for (const OwnedSocket* const socket : {&pair.listener, &pair.client, &pair.server}) {
-        const int flags = fcntl(static_cast<int>(socket->get()), F_GETFD);
-        EXPECT_EQ(flags & FD_CLOEXEC, FD_CLOEXEC);
-    }
 }
 
 TEST(Socket, SignalsDoNotEndAReceive) {

@@ -1,9 +1,30 @@
 #include "platform/files.h"
 
+#include <cerrno>
+#include <new>
+
 namespace platform {
+namespace {
+
+// A lack of memory is no file that is missing: what a caller does then would be wrong.
+File open(const WideString& path, const char* mode) {
+    File file(std::fopen(wideToUtf8(path).c_str(), mode));
+    if (!file && errno == ENOMEM) throw std::bad_alloc();
+    return file;
+}
+
+}  // namespace
+
+File openBinaryForReading(const WideString& path) {
+    return open(path, "rbe");
+}
+
+File openTextForReading(const WideString& path) {
+    return openBinaryForReading(path);
+}
 
 File openBinaryForWriting(const WideString& path) {
-    return File(std::fopen(wideToUtf8(path).c_str(), "wb"));
+    return open(path, "wbe");
 }
 
 File openTextForWriting(const WideString& path) {
@@ -12,7 +33,7 @@ File openTextForWriting(const WideString& path) {
 
 bool fileCanBeOpened(const WideString& path) {
     // A folder opens here too, but has nothing to read.
-    const File file(std::fopen(wideToUtf8(path).c_str(), "rb"));
+    const File file = openBinaryForReading(path);
     return file && (std::fgetc(file.get()) != EOF || std::ferror(file.get()) == 0);
 }
 

@@ -9,7 +9,6 @@
 #include <csignal>
 #include <cstddef>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
@@ -40,11 +39,10 @@ struct Status {
 
 // From a line such as "17 (name) S ...", whose name may hold brackets of its own.
 Status statusOf(const fs::path& process) {
-    std::ifstream file(process / "stat");
+    const File file(std::fopen((process / "stat").c_str(), "rbe"));
     std::string line(512, '\0');
-    // Fails, and does not throw, when the process ends just now.
-    file.read(line.data(), static_cast<std::streamsize>(line.size()));
-    line.resize(static_cast<std::size_t>(file.gcount()));
+    // Reads nothing when the process ends just now.
+    line.resize(file ? std::fread(line.data(), 1, line.size(), file.get()) : 0);
     const std::size_t open = line.find('(');
     const std::size_t close = line.rfind(')');
     if (open == std::string::npos || close < open || close + 2 >= line.size()) return {{}, 'X'};

@@ -21,7 +21,7 @@ constexpr std::size_t longestText = std::size_t{16} << 20;
 std::string readBytes(const std::filesystem::path& path) {
     std::error_code failed;
     if (!std::filesystem::is_regular_file(path, failed)) return {};
-    const File file(std::fopen(path.c_str(), "rb"));
+    const File file(std::fopen(path.c_str(), "rbe"));
     std::string bytes;
     char buffer[4096];
     while (file != nullptr && bytes.size() < longestText) {

@@ -1,5 +1,9 @@
 #include "platform/files.h"
 
+#include <fcntl.h>
+#include <io.h>
+#include <share.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 #include <string>
@@ -17,6 +21,19 @@ std::wstring fullPath(const std::wstring& path) {
     std::wstring full(size, L'\0');
     full.resize(GetFullPathNameW(path.c_str(), size, full.data(), nullptr));
     return full.empty() ? path : full;
+}
+
+constexpr int emptied = _O_WRONLY | _O_CREAT | _O_TRUNC;
+
+// By a descriptor first: not every C runtime is known to take the "N" in a mode that does the same.
+File open(const WideString& path, int flags, int sharing, const wchar_t* mode) {
+    int descriptor = -1;
+    _wsopen_s(&descriptor, nativePath(path).c_str(), flags | _O_NOINHERIT, sharing,
+              _S_IREAD | _S_IWRITE);
+    if (descriptor < 0) return nullptr;
+    File file(_wfdopen(descriptor, mode));
+    if (!file) _close(descriptor);
+    return file;
 }
 
 }  // namespace
@@ -39,17 +56,23 @@ std::string pathInUtf8(const WideString& path) {
 }
 
 bool fileCanBeOpened(const WideString& path) {
-    return File(_wfopen(nativePath(path).c_str(), L"rb")) != nullptr;
+    return openBinaryForReading(path) != nullptr;
+}
+
+File openBinaryForReading(const WideString& path) {
+    return open(path, _O_RDONLY | _O_BINARY, _SH_DENYNO, L"rb");
+}
+
+File openTextForReading(const WideString& path) {
+    return open(path, _O_RDONLY | _O_TEXT, _SH_DENYNO, L"r");
 }
 
 File openBinaryForWriting(const WideString& path) {
-    std::FILE* file = nullptr;
-    _wfopen_s(&file, nativePath(path).c_str(), L"wb");
-    return File(file);
+    return open(path, emptied | _O_BINARY, _SH_DENYRW, L"wb");
 }
 
 File openTextForWriting(const WideString& path) {
-    return File(_wfopen(nativePath(path).c_str(), L"w"));
+    return open(path, emptied | _O_TEXT, _SH_DENYNO, L"w");
 }
 
 }  // namespace platform

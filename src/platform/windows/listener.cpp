@@ -22,7 +22,7 @@ bool waitUntilReadable(SocketHandle socket, int milliseconds) {
 }  // namespace
 
 SocketHandle listenOnLoopback(std::uint16_t port) {
-    const SOCKET listener = socket(AF_INET, SOCK_STREAM, IPPROTO_TCP);
+    const SOCKET listener = nativeOf(openSocket());
     if (listener == INVALID_SOCKET) return noSocket;
     sockaddr_in address = {};
     address.sin_family = AF_INET;
@@ -45,7 +45,9 @@ std::uint16_t portOf(SocketHandle listener) {
 
 SocketHandle acceptClient(SocketHandle listener, int milliseconds) {
     if (!waitUntilReadable(listener, milliseconds)) return noSocket;
-    return static_cast<SocketHandle>(accept(nativeOf(listener), nullptr, nullptr));
+    const SOCKET client = accept(nativeOf(listener), nullptr, nullptr);
+    SetHandleInformation(reinterpret_cast<HANDLE>(client), HANDLE_FLAG_INHERIT, 0);
+    return static_cast<SocketHandle>(client);
 }
 
 bool waitForData(SocketHandle socket, int milliseconds) {
