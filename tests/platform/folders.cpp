@@ -17,6 +17,12 @@
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
 
+#if defined(_WIN32)
+#include <optional>
+
+#include "platform/windows/folder_removal.h"
+#endif
+
 namespace fs = std::filesystem;
 using platform::FolderCreation;
 
@@ -152,15 +158,83 @@ TEST(RemoveFolderTree, LeavesWhatLinksPointTo) {
 
 #else
 
-TEST(RemoveFolderTree, IsFalseWhenAFileIsInUse) {
+namespace {
+
+// A file that another program looks at, and that nobody may remove meanwhile.
+class HeldFile {
+  public:
+    explicit HeldFile(const fs::path& path) {
+        std::ofstream(path) << "x";
+        constexpr DWORD noRemoval = FILE_SHARE_READ | FILE_SHARE_WRITE;
+        handle_ = CreateFileW(path.c_str(), GENERIC_READ, noRemoval, nullptr, OPEN_EXISTING,
+                              FILE_ATTRIBUTE_NORMAL, nullptr);
+        EXPECT_NE(handle_, INVALID_HANDLE_VALUE);
+    }
+    ~HeldFile() { CloseHandle(handle_); }
+    HeldFile(const HeldFile&) = delete;
+    HeldFile& operator=(const HeldFile&) = delete;
+
+  private:
+    HANDLE handle_;
+};
+
+std::optional<HeldFile> held;
+int waits = 0;
+
+}  // namespace
+
+TEST(RemoveFolderTree, WaitsForAProgramThatLooksAtAFile) {
     const TemporaryFolder folder;
     fs::create_directory(folder / "tree");
-    {
-        const std::ofstream inUse(folder / "tree" / "file");
-        EXPECT_FALSE(platform::removeFolderTree(wide(folder / "tree")));
-        EXPECT_TRUE(fs::exists(folder / "tree" / "file"));
-    }
+    held.emplace(folder / "tree" / "file");
+    waits = 0;
+    EXPECT_TRUE(platform::removeFolderTree(wide(folder / "tree"), [] {
+        if (++waits == platform::mostWaits) held.reset();
+    }));
+    EXPECT_EQ(waits, platform::mostWaits);
+    EXPECT_FALSE(fs::exists(folder / "tree"));
+}
+
+TEST(RemoveFolderTree, DoesNotWaitForEver) {
+    const TemporaryFolder folder;
+    fs::create_directories(folder / "tree" / "a");
+    const HeldFile one(folder / "tree" / "a" / "file");
+    const HeldFile two(folder / "tree" / "file");
+    std::ofstream(folder / "tree" / "free") << "x";
+    waits = 0;
+    EXPECT_FALSE(platform::removeFolderTree(wide(folder / "tree"), [] { ++waits; }));
+    EXPECT_EQ(waits, platform::mostWaits);
+    EXPECT_TRUE(fs::exists(folder / "tree" / "a" / "file"));
+    EXPECT_FALSE(fs::exists(folder / "tree" / "free"));
+    EXPECT_FALSE(platform::removeFolderTree(wide(folder / "missing"), [] { ++waits; }));
+    EXPECT_EQ(waits, platform::mostWaits);
+}
+
+TEST(RemoveFolderTree, GivesOtherProgramsTime) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "tree");
+    held.emplace(folder / "tree" / "file");
+    EXPECT_FALSE(platform::removeFolderTree(wide(folder / "tree")));
+    EXPECT_TRUE(fs::exists(folder / "tree" / "file"));
+    held.reset();
     EXPECT_TRUE(platform::removeFolderTree(wide(folder / "tree")));
+}
+
+// Of attributes and tag alone: Wine makes no reparse points.
+TEST(IsFolderItself, IsFalseForLinksOnly) {
+    constexpr DWORD folder = FILE_ATTRIBUTE_DIRECTORY;
+    constexpr DWORD placeholder = folder | FILE_ATTRIBUTE_REPARSE_POINT;
+    EXPECT_TRUE(platform::isFolderItself(folder, 0));
+    // Without a reparse point there is no tag, whatever stands in its place.
+    EXPECT_TRUE(platform::isFolderItself(folder, IO_REPARSE_TAG_SYMLINK));
+    for (const DWORD tag : {0x9000001AUL, 0x9000101AUL, 0x9000F01AUL})  // a cloud service's
+        EXPECT_TRUE(platform::isFolderItself(placeholder, tag)) << tag;
+    EXPECT_TRUE(platform::isFolderItself(placeholder, IO_REPARSE_TAG_DEDUP));
+    EXPECT_TRUE(platform::isFolderItself(placeholder, IO_REPARSE_TAG_WIM));
+    EXPECT_FALSE(platform::isFolderItself(placeholder, IO_REPARSE_TAG_SYMLINK));
+    EXPECT_FALSE(platform::isFolderItself(placeholder, IO_REPARSE_TAG_MOUNT_POINT));
+    EXPECT_FALSE(platform::isFolderItself(FILE_ATTRIBUTE_NORMAL, 0));
+    EXPECT_FALSE(platform::isFolderItself(FILE_ATTRIBUTE_REPARSE_POINT, 0x9000001AUL));
 }
 
 #endif
