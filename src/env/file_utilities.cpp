@@ -18,10 +18,29 @@ WideString withSeparatorBehind(WideString path) {
 
 }  // namespace
 
+std::size_t firstFolderIn(WideView path) {
+    if constexpr (pathSeparator != u'\\') return 0;
+    struct Beginning {
+        WideView text;
+        int names;
+    };
+    for (const auto& [text, names] :
+         {Beginning{u"\\\\?\\UNC\\", 2}, {u"\\\\?\\", 1}, {u"\\\\.\\", 1}, {u"\\\\", 2}}) {
+        if (!path.starts_with(text)) continue;
+        std::size_t end = text.size() - 1;
+        for (int i = 0; i < names && end != WideView::npos; ++i)
+            end = path.find(u'\\', end + 1);
+        return end == WideView::npos ? path.size() : end + 1;
+    }
+    return 0;
+}
+
 bool createDirectories(const WideString& path) {
     const WideString folders = withSeparatorBehind(replaceUnit(path, u'/', pathSeparator));
-    for (std::size_t end = folders.find(pathSeparator); end != WideString::npos;
-         end = folders.find(pathSeparator, end + 1)) {
+    const std::size_t first = firstFolderIn(folders);
+    // The share itself must be there.
+    for (std::size_t end = folders.find(pathSeparator, first == 0 ? 0 : first - 1);
+         end != WideString::npos; end = folders.find(pathSeparator, end + 1)) {
         const WideString folder = folders.substr(0, end + 1);
         if (!platform::isFolder(folder) &&
             platform::createFolder(folder) == platform::FolderCreation::Failed)

@@ -2,9 +2,15 @@
 // separator only, unless a function says otherwise.
 #pragma once
 
+#include <cstddef>
 #include <cstdio>
 
 #include "support/text.h"
+
+// Where the folders of a path begin, of which one after the other can be looked at and made: on Windows
+// behind the share of a network path (\\server\share\) and behind the first name of a path that is taken
+// literally (\\?\C:\, \\?\UNC\server\share\); else 0.
+std::size_t firstFolderIn(WideView path);
 
 // Makes the folder and all that are missing above it. On Windows a "/" separates too. True when all are
 // there afterwards; a file that has the name of one of them counts as being there, so that what needs

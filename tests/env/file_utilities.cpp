@@ -59,6 +59,47 @@ TEST(CreateDirectories, TakesASlashAsASeparator) {
     EXPECT_TRUE(fs::is_directory(folder / "c" / "d"));
 }
 
+#if defined(_WIN32)
+
+TEST(FirstFolderIn, IsBehindWhatCannotBeMade) {
+    const std::pair<WideView, WideView> rows[] = {{u"\\\\server\\share\\", u"a\\b\\"},
+                                                  {u"\\\\?\\UNC\\server\\share\\", u"a\\"},
+                                                  {u"\\\\?\\C:\\", u"a\\b\\"},
+                                                  {u"\\\\.\\C:\\", u"a\\"},
+                                                  {u"\\\\server\\share", u""},
+                                                  {u"\\\\server\\", u""},
+                                                  {u"\\\\server", u""},
+                                                  {u"\\\\", u""},
+                                                  {u"", u"C:\\a\\b\\"},
+                                                  {u"", u"\\a\\"},
+                                                  {u"", u"a\\b\\"},
+                                                  {u"", u""}};
+    for (const auto& [root, folders] : rows) {
+        const WideString path = WideString(root) + WideString(folders);
+        EXPECT_EQ(firstFolderIn(path), root.size()) << wideToUtf8(path);
+    }
+}
+
+TEST(CreateDirectories, MakesTheFoldersOfAPathThatIsTakenLiterally) {
+    const TemporaryFolder folder;
+    const WideString literal = u"\\\\?\\" + wide(folder.path());
+    EXPECT_TRUE(createDirectories(literal + u"\\a\\b"));
+    EXPECT_TRUE(fs::is_directory(folder / "a" / "b"));
+    EXPECT_TRUE(createDirectories(literal));
+    EXPECT_FALSE(createDirectories(u"\\\\?\\no:\\a"));
+    // No such share, and nobody is asked for a server.
+    EXPECT_FALSE(createDirectories(u"\\\\?\\UNC\\"));
+}
+
+#else
+
+TEST(FirstFolderIn, IsTheFirst) {
+    for (const WideView path : {u"//server/share/a/", u"\\\\server\\share\\a/", u"/a/", u""})
+        EXPECT_EQ(firstFolderIn(path), 0U);
+}
+
+#endif
+
 TEST(CreateDirectories, StopsWhereOneCannotBe) {
     const TemporaryFolder folder;
     std::ofstream(folder / "file") << "x";
