@@ -134,7 +134,7 @@ NOTES = {
     "Library": (
         "The Linux library is code and its unwinding tables; it takes the C++ runtime from the system. The"
         " Windows DLL is about three times as large, since the runtimes of C++ and of its threads are in it:"
-        " of what is no part of Windows it needs minizip-ng alone.",
+        " of what is no part of Windows it needs nothing.",
     ),
     "Live": (
         "Copies of the instances or of the materials alone leave out what a send also has to make and"

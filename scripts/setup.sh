@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what building and testing need and this machine lacks, from the distribution's packages.
-# One library that only newer suites of Debian have is unpacked into build/packages.
+# minizip-ng comes as the source of one release, from the folder that Q7_DOWNLOADS names or by a download
+# into build/packages; where neither works, a newer suite's package is unpacked there.
 #
 #   scripts/setup.sh             everything that builds and tests need
 #   scripts/setup.sh --linux     what the Linux builds and the demo need
@@ -25,10 +26,11 @@ both=(cmake ninja-build python3 git nlohmann-json3-dev googletest libcli11-dev l
 # python3-...: the tests of the Python package install it, check its types and hand it arrays.
 linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev libtinygltf-dev clang-format clang-tidy cppcheck locales
     doxygen dpkg-dev file python3-mypy python3-numpy python3-pip python3-setuptools python3-wheel)
-# clang, lld and llvm make the caller that follows the MSVC ABI; libwine-dev and wine64-tools the
-# bridge to minizip-ng. Windows are found by their titles only where there is a display: xvfb.
-windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 libwine-dev wine64-tools xvfb
-    clang lld llvm)
+# clang, lld and llvm make the caller that follows the MSVC ABI. Windows are found by their titles only where
+# there is a display: xvfb.
+windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb clang lld llvm)
+# Build the bridge by which programs under Wine use a Linux package of minizip-ng.
+bridge=(libwine-dev wine64-tools)
 # The applications in which the add-ons are tested.
 host=(blender)
 # Programs that do the same jobs as the library.
@@ -56,12 +58,28 @@ for package in "${wanted[@]}"; do
     [[ $installed == *" $package "* ]] || missing+=("$package")
 done
 
-# minizip-ng is a package of newer systems only. Where this one has none, a newer suite's is unpacked
-# into a folder of the project, and nothing of the system changes.
+# What the package of minizip-ng needs besides, where its source cannot be had.
 minizip=libminizip-ng-dev
 minizip_folder=build/packages/minizip-ng
+minizip_missing=()
+if [[ " ${wanted[*]} " == *" wine "* ]]; then
+    for package in "${bridge[@]}"; do
+        [[ $installed == *" $package "* ]] || minizip_missing+=("$package")
+    done
+fi
+lacks_minizip=yes
+[[ $installed != *" $minizip "* && ! -e $minizip_folder/complete ]] || lacks_minizip=
+
+# Whether a file of the release is there; CMake looks whether it is the right one.
+has_minizip_source() {
+    local folder
+    for folder in "${Q7_DOWNLOADS:-build/packages}" build/packages; do
+        [[ ! -e $folder/minizip-ng-4.0.10.tar.gz ]] || return 0
+    done
+    return 1
+}
 needs_minizip=
-[[ $installed == *" $minizip "* || -e $minizip_folder/complete ]] || needs_minizip=yes
+has_minizip_source || [[ -z $lacks_minizip && ${#minizip_missing[@]} -eq 0 ]] || needs_minizip=yes
 
 if ((${#missing[@]} == 0)) && [[ -z $needs_minizip ]]; then
     echo "setup: nothing to install"
@@ -143,21 +161,35 @@ fetch_minizip() {
     fail "$minizip: no package of this system, and a newer suite's could not be fetched or does not run here; the lines above tell why"
 }
 
-# A source that does not answer may well be one that nothing is wanted from: installing decides.
-[[ -z $can_install ]] || apt update || true
-if [[ -n $needs_minizip && -n $can_install ]] && apt-cache show "$minizip" >>"$log" 2>&1; then
-    missing+=("$minizip")
-    needs_minizip=
-fi
-if ((${#missing[@]} != 0)); then
-    echo "setup: installing ${missing[*]}"
-    if ! apt install -y --no-install-recommends "${missing[@]}"; then
+install() {
+    echo "setup: installing $*"
+    if ! apt install -y --no-install-recommends "$@"; then
         tail -n 20 "$log" >&2
         fail "apt-get could not install the packages; the lines above tell why"
     fi
-fi
+}
+
+# A source that does not answer may well be one that nothing is wanted from: installing decides.
+[[ -z $can_install ]] || apt update || true
+((${#missing[@]} == 0)) || install "${missing[@]}"
 if [[ -n $needs_minizip ]]; then
-    echo "setup: unpacking $minizip of a newer suite into $minizip_folder"
-    fetch_minizip
+    echo "setup: downloading the source of minizip-ng"
+    if cmake -P cmake/Q7MinizipSource.cmake >>"$log" 2>&1; then
+        echo "setup: done"
+        exit 0
+    fi
+    echo "setup: the source of minizip-ng could not be downloaded, its package takes the place"
+    if [[ -n $lacks_minizip && -n $can_install ]] && apt-cache show "$minizip" >>"$log" 2>&1; then
+        minizip_missing+=("$minizip")
+        lacks_minizip=
+    fi
+    if ((${#minizip_missing[@]} != 0)); then
+        [[ -n $can_install ]] || fail "installing needs root or sudo; missing packages: ${minizip_missing[*]}"
+        install "${minizip_missing[@]}"
+    fi
+    if [[ -n $lacks_minizip ]]; then
+        echo "setup: unpacking $minizip of a newer suite into $minizip_folder"
+        fetch_minizip
+    fi
 fi
 echo "setup: done"

@@ -3,7 +3,7 @@
 
     package.py LIBRARY... ZIP
 
-LIBRARY is libQ7Plugin.so or Q7Plugin.dll; the zip library that it needs is taken from beside it. With
+LIBRARY is libQ7Plugin.so or Q7Plugin.dll; a zip library that it loads is taken from beside it. With
 both systems' libraries the add-on serves both.
 """
 

@@ -625,9 +625,8 @@ Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path);
 /** Saves the model as it stands as an archive, replacing the file. The session stays as it is.
  *
  *  @param path the archive; folders that are missing above it are made. A name alone, without a
- *      folder, fails, and leaves a folder of that name. The zip library takes paths of 900 bytes of
- *      UTF-8, on Windows of 260 characters: where one in the archive's temporary folder is longer,
- *      the archive fails.
+ *      folder, fails, and leaves a folder of that name. Paths may have any length that the system
+ *      takes, on Windows more than 260 characters.
  *
  *  @return 1 when the archive was made, else 0. On a full disk parts of it, or all, may be missing
  *      although 1 is returned.

@@ -177,7 +177,8 @@ TEST_F(ZipFolder, aMissingFolderIsAFailure) {
 
 // Around the sizes of the zip library's own buffers: 320 and 1024 bytes, and on Windows 260 characters.
 TEST_F(ZipFolder, longPathsArePackedWhole) {
-    for (const std::size_t length : {250, 300, 316, 317, 318, 319, 320, 500, 1010, 1023, 1030, 2000}) {
+    for (const std::size_t length :
+         {250, 300, 316, 317, 318, 319, 320, 500, 1010, 1023, 1030, 2000}) {
         const WideString deep = pathOfLength(folder, length);
         const WideString file = deep + platform::pathSeparator + u'a';
         ASSERT_TRUE(createDirectories(deep));

@@ -17,6 +17,9 @@ class ScriptTest(unittest.TestCase):
         self.top = Path(temporary.name)
         (self.top / "scripts").mkdir()
         (self.top / "bin").mkdir()
+        self.environment = dict(os.environ, PATH=f"{self.top}/bin:{os.environ['PATH']}")
+        # The tests' own machine may have the files that a script looks for.
+        self.environment.pop("Q7_DOWNLOADS", None)
 
     def copy(self, *names):
         for name in (*names, "jobs.sh"):
@@ -30,12 +33,11 @@ class ScriptTest(unittest.TestCase):
         file.chmod(0o755)
 
     def run_script(self, name, *arguments):
-        environment = dict(os.environ, PATH=f"{self.top}/bin:{os.environ['PATH']}")
         return subprocess.run(
             ["bash", self.top / "scripts" / name, *arguments],
             capture_output=True,
             text=True,
-            env=environment,
+            env=self.environment,
         )
 
     def calls(self):

@@ -18,6 +18,11 @@ class SetupTest(ScriptTest):
         self.copy("setup.sh")
         self.stand_in("bin/apt-get")
         self.stand_in("bin/sudo", '"$@"')
+        self.source(downloads=False)
+
+    def source(self, downloads):
+        """Whether the source of minizip-ng can be downloaded."""
+        self.stand_in("bin/cmake", f"exit {0 if downloads else 1}")
 
     def installed(self, *packages, removed=(), minizip=True):
         lines = [f"installed {name}" for name in packages]
@@ -25,11 +30,13 @@ class SetupTest(ScriptTest):
         lines += [f"config-files {name}" for name in removed]
         self.stand_in("bin/dpkg-query", *(f"echo '{line}'" for line in lines))
 
+    def everything_installed(self, **more):
+        names = ("both", "linux", "windows", "bridge")
+        self.installed(*(package for name in names for package in packages_of(name)), **more)
+
     def newer_suites(self, *serving, here=False, source="http://mirror.invalid/debian/"):
         """Everything is installed but minizip-ng, which the system has or the suites serve."""
-        self.installed(
-            *packages_of("both"), *packages_of("linux"), *packages_of("windows"), minizip=False
-        )
+        self.everything_installed(minizip=False)
         self.stand_in(
             "bin/apt-cache",
             f'[[ "$*" != show* ]] || exit {0 if here else 100}',
@@ -56,19 +63,19 @@ class SetupTest(ScriptTest):
     def wanted(self):
         """What apt-get was told to install."""
         calls = [call for call in self.calls() if " install " in call]
-        self.assertEqual(len(calls), 1)
-        self.assertIn("--no-install-recommends", calls[0])
-        return calls[0].split("--no-install-recommends ")[1].split()
+        self.assertTrue(calls)
+        lists = [call.split("--no-install-recommends ")[1] for call in calls]
+        return " ".join(lists).split()
 
     def test_nothing_is_missing(self):
-        self.installed(*packages_of("both"), *packages_of("linux"), *packages_of("windows"))
+        self.everything_installed()
         result = self.run_script("setup.sh")
         self.assertEqual(result.returncode, 0)
         self.assertEqual(result.stdout, "setup: nothing to install\n")
         self.assertFalse([call for call in self.calls() if call.startswith("apt-get")])
 
     def test_only_what_is_missing_is_installed(self):
-        everything = packages_of("both") + packages_of("linux") + packages_of("windows")
+        everything = [p for n in ("both", "linux", "windows", "bridge") for p in packages_of(n)]
         everything.remove("cmake")
         everything.remove("wine")
         self.installed(*everything, removed=["cmake"])
@@ -115,6 +122,31 @@ class SetupTest(ScriptTest):
         self.assertEqual(result.returncode, 1)
         self.assertIn("E: no such package", result.stderr)
         self.assertIn("setup: apt-get could not install", result.stderr)
+
+    def test_source_of_minizip_comes_before_its_package(self):
+        self.newer_suites("forky", here=True)
+        self.source(downloads=True)
+        self.assertEqual(self.run_script("setup.sh").returncode, 0)
+        self.assertIn("cmake -P cmake/Q7MinizipSource.cmake", self.calls())
+        self.assertFalse([call for call in self.calls() if " install " in call])
+        self.assertEqual(self.unpacked(), [])
+
+    def test_downloaded_source_of_minizip_needs_nothing(self):
+        names = ("both", "linux", "windows")
+        self.installed(*(p for name in names for p in packages_of(name)), minizip=False)
+        downloads = self.top / "downloads"
+        downloads.mkdir()
+        (downloads / "minizip-ng-4.0.10.tar.gz").touch()
+        self.environment["Q7_DOWNLOADS"] = str(downloads)
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.stdout, "setup: nothing to install\n", result.stderr)
+
+    def test_package_of_minizip_needs_the_bridge_under_wine_only(self):
+        names = ("both", "linux", "windows")
+        self.installed(*(p for name in names for p in packages_of(name)))
+        self.assertEqual(self.run_script("setup.sh", "--linux").stdout, "setup: nothing to install\n")
+        self.assertEqual(self.run_script("setup.sh", "--windows").returncode, 0)
+        self.assertEqual(self.wanted(), packages_of("bridge"))
 
     def test_minizip_of_this_system_comes_first(self):
         self.newer_suites("forky", here=True)

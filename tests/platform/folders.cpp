@@ -315,8 +315,8 @@ TEST(WalkFolder, EndsWhenTheVisitorSaysSo) {
     for (const char* name : {"a", "b", "c"})
         std::ofstream(folder / name) << "x";
     int visits = 0;
-    EXPECT_FALSE(platform::walkFolder(
-        wide(folder.path()), [&](const platform::FolderEntry&) { return ++visits < 2; }));
+    EXPECT_FALSE(platform::walkFolder(wide(folder.path()),
+                                      [&](const platform::FolderEntry&) { return ++visits < 2; }));
     EXPECT_EQ(visits, 2);
 }
 
@@ -340,8 +340,7 @@ TEST(WalkFolder, LeavesOutLinksAndSpecialFiles) {
     fs::create_directory_symlink(folder.path(), folder / "inner" / "loop");
     fs::create_symlink(folder / "inner" / "file", folder / "link");
     ASSERT_EQ(mkfifo((folder / "fifo").c_str(), S_IRUSR | S_IWUSR), 0);
-    EXPECT_EQ(namesBelow(wide(folder.path())),
-              (std::vector<std::string>{"inner/", "inner/file"}));
+    EXPECT_EQ(namesBelow(wide(folder.path())), (std::vector<std::string>{"inner/", "inner/file"}));
 }
 
 #endif

@@ -65,8 +65,7 @@ class SavingMethods(SessionBase):
     def save_raw_to_q7a(self, path: Path) -> None:
         """Saves the model as it stands as an archive with its materials and textures, replacing the file.
 
-        path: the archive; folders that are missing above it are made. The zip library takes paths of
-            900 bytes of UTF-8, on Windows of 260 characters.
+        path: the archive; folders that are missing above it are made.
 
         The folder "__q7_export_temp" beside the archive is used meanwhile: two archives beside each
         other cannot be made at the same time. With material version 1 the archive holds a copy of
