@@ -2,6 +2,15 @@
 # header-only packages from the build machine, each through a private folder that holds nothing
 # else, so that no header of the build machine's own system gets in.
 
+# q7_missing(PACKAGE WHAT): what is not built without a package that was not found.
+function(q7_missing package what)
+  if(Q7_REQUIRE_ALL)
+    message(FATAL_ERROR "${package} was not found, which ${what} needs: scripts/setup.sh installs it "
+      "(-D Q7_REQUIRE_ALL=OFF leaves out what needs a missing package)")
+  endif()
+  message(STATUS "${what} is left out: it needs ${package}")
+endfunction()
+
 function(q7_header_only target package config_target header)
   if(NOT CMAKE_CROSSCOMPILING)
     find_package(${package} CONFIG QUIET)
@@ -17,7 +26,6 @@ function(q7_header_only target package config_target header)
     find_path(${target}_ROOT ${header})
   endif()
   if(NOT ${target}_ROOT)
-    message(STATUS "${header} not found: what needs it is left out")
     return()
   endif()
   if(NOT CMAKE_CROSSCOMPILING)
@@ -37,18 +45,32 @@ q7_header_only(q7_json nlohmann_json nlohmann_json::nlohmann_json nlohmann/json.
 if(NOT TARGET q7_json)
   message(FATAL_ERROR "nlohmann JSON is required")
 endif()
-q7_header_only(q7_cli11 CLI11 CLI11::CLI11 CLI/CLI.hpp)
-q7_header_only(q7_tinyobj none none tiny_obj_loader.h)
-q7_header_only(q7_stb none none stb/stb_image.h)
-if(NOT TARGET q7_stb AND NOT CMAKE_CROSSCOMPILING)
-  # Where vcpkg puts it.
-  q7_header_only(q7_stb none none stb_image.h)
+if(Q7_BUILD_TOOLS OR Q7_BUILD_TESTS)
+  q7_header_only(q7_cli11 CLI11 CLI11::CLI11 CLI/CLI.hpp)
+  if(NOT TARGET q7_cli11)
+    q7_missing(CLI11 "every tool")
+  endif()
+  q7_header_only(q7_stb none none stb/stb_image.h)
+  if(NOT TARGET q7_stb AND NOT CMAKE_CROSSCOMPILING)
+    # Where vcpkg puts it.
+    q7_header_only(q7_stb none none stb_image.h)
+  endif()
+  if(NOT TARGET q7_stb)
+    q7_missing(stb "every tool")
+  endif()
+endif()
+if(Q7_BUILD_EXAMPLES)
+  q7_header_only(q7_tinyobj none none tiny_obj_loader.h)
 endif()
 
 include(Q7Minizip)
 
-if(Q7_BUILD_TOOLS AND NOT CMAKE_CROSSCOMPILING)
+# Assimp is no package for MinGW, and the thread sanitizer has nothing to watch in q7-send.
+if(Q7_BUILD_TOOLS AND NOT CMAKE_CROSSCOMPILING AND NOT Q7_THREADS_ONLY)
   find_package(assimp CONFIG QUIET)
+  if(NOT TARGET assimp::assimp)
+    q7_missing(Assimp q7-send)
+  endif()
 endif()
 
 if(Q7_BUILD_TESTS)

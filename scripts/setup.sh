@@ -4,7 +4,8 @@
 # into build/packages; where neither works, a newer suite's package is unpacked there.
 #
 #   scripts/setup.sh             everything that builds and tests need
-#   scripts/setup.sh --linux     what the Linux builds and the demo need
+#   scripts/setup.sh --linux     what the Linux builds need
+#   scripts/setup.sh --demo      what scripts/demo.sh needs, which is less
 #   scripts/setup.sh --windows   what the Windows cross build and its tests under Wine need
 #   scripts/setup.sh --host      what the Linux builds need, and Blender for scripts/test.sh --host
 #   scripts/setup.sh --bench     what the Linux builds need, and what scripts/bench.sh compares with
@@ -31,6 +32,9 @@ linux=(g++ libgtest-dev libbenchmark-dev libassimp-dev libtinygltf-dev clang-for
 windows=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine wine64 xvfb clang lld llvm)
 # Build the bridge by which programs under Wine use a Linux package of minizip-ng.
 bridge=(libwine-dev wine64-tools)
+# Part of what the Linux builds need: neither tests, examples nor linters.
+demo=(cmake ninja-build g++ python3 nlohmann-json3-dev libcli11-dev libstb-dev libassimp-dev assimp-testmodels
+    zlib1g-dev unzip)
 # The applications in which the add-ons are tested.
 host=(blender)
 # Programs that do the same jobs as the library.
@@ -41,11 +45,12 @@ fuzz=(clang libclang-rt-dev)
 case "${1-}" in
 "") wanted=("${both[@]}" "${linux[@]}" "${windows[@]}") ;;
 --linux) wanted=("${both[@]}" "${linux[@]}") ;;
+--demo) wanted=("${demo[@]}") ;;
 --windows) wanted=("${both[@]}" "${windows[@]}") ;;
 --host) wanted=("${both[@]}" "${linux[@]}" "${host[@]}") ;;
 --bench) wanted=("${both[@]}" "${linux[@]}" "${bench[@]}") ;;
 --fuzz) wanted=("${both[@]}" "${linux[@]}" "${fuzz[@]}") ;;
-*) fail "unknown option $1 (use --linux, --windows, --host, --bench or --fuzz, or none for both systems)" ;;
+*) fail "unknown option $1 (use --linux, --demo, --windows, --host, --bench or --fuzz, or none for both systems)" ;;
 esac
 
 command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||

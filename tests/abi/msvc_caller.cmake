@@ -3,9 +3,7 @@
 find_program(Q7_LLD_LINK lld-link)
 find_program(Q7_DLLTOOL llvm-dlltool)
 if(NOT Q7_CLANG OR NOT Q7_LLD_LINK OR NOT Q7_DLLTOOL)
-  add_test(NAME abi_msvc_caller
-    COMMAND ${CMAKE_COMMAND} -E echo "SKIP: clang, lld-link or llvm-dlltool is not installed")
-  set_tests_properties(abi_msvc_caller PROPERTIES SKIP_REGULAR_EXPRESSION "^SKIP: ")
+  q7_missing("clang, lld-link or llvm-dlltool" "the test abi_msvc_caller")
   return()
 endif()
 

@@ -52,6 +52,7 @@ class JobsTest(ScriptTest):
         """Sends a script the signal while the lasting program runs; nothing of that may be left."""
         started = self.top / "started"
         started.unlink(missing_ok=True)
+        processes = []
         script = subprocess.Popen(
             # Whoever runs the tests may ignore signals.
             ["env", "--default-signal", "bash", self.top / "scripts" / name, *arguments],
@@ -64,10 +65,12 @@ class JobsTest(ScriptTest):
             processes = started.read_text().split()
             script.send_signal(number)
             self.assertEqual(script.wait(60), -number)
+            self.wait_until(lambda: not any(map(runs, processes)), f"{processes} still run")
         finally:
             script.kill()
             script.wait()
-        self.wait_until(lambda: not any(map(runs, processes)), f"{processes} still run")
+            for process in filter(runs, processes):
+                os.kill(int(process), signal.SIGKILL)
 
     def test_builds(self):
         self.lasting("bin/cmake", "--build")

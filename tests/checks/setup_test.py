@@ -89,6 +89,14 @@ class SetupTest(ScriptTest):
         self.assertIn("g++", wanted)
         self.assertFalse(set(wanted) & set(packages_of("windows")))
 
+    def test_demo_needs_neither_linters_nor_what_tests_need(self):
+        self.installed("git")
+        self.assertEqual(self.run_script("setup.sh", "--demo").returncode, 0)
+        wanted = set(self.wanted())
+        self.assertLess(wanted, {*packages_of("both"), *packages_of("linux")})
+        self.assertLessEqual({"cmake", "g++", "libassimp-dev", "unzip"}, wanted)
+        self.assertFalse(wanted & {"clang-tidy", "cppcheck", "doxygen", "googletest"})
+
     def test_windows_needs_no_tools_of_linux_only(self):
         self.installed("git")
         self.assertEqual(self.run_script("setup.sh", "--windows").returncode, 0)

@@ -1,11 +1,14 @@
 """Tests of scripts/test.sh, with stand-ins for everything that it calls but the count."""
 
+import os
+import shutil
 import signal
+import subprocess
 import time
 import unittest
 from pathlib import Path
 
-from script_folder import ScriptTest
+from script_folder import SCRIPTS, ScriptTest
 
 # Writes a report of one entry, which passes unless the preset is named in FAILING.
 CTEST = r"""
@@ -101,6 +104,23 @@ class TestScriptTest(ScriptTest):
                 return
             time.sleep(0.1)
         self.fail("the tests still run")
+
+    def test_all_builds_with_what_was_downloaded_before(self):
+        checkout = self.top / "checkout"
+        for folder in ("checkout/.ci", "checkout/scripts", "shared/downloads"):
+            (self.top / folder).mkdir(parents=True)
+        shutil.copy(SCRIPTS.parent / ".ci/run", checkout / ".ci")
+        self.stand_in("checkout/scripts/test.sh", 'echo "${Q7_DOWNLOADS-none}"')
+
+        def downloads(**variables):
+            environment = {name: each for name, each in os.environ.items() if name != "Q7_DOWNLOADS"}
+            command = ["bash", checkout / ".ci/run"]
+            return subprocess.check_output(command, env={**environment, **variables}, text=True)
+
+        self.assertEqual(downloads(), f"{self.top}/shared/downloads\n")
+        self.assertEqual(downloads(Q7_DOWNLOADS="/elsewhere"), "/elsewhere\n")
+        (self.top / "shared/downloads").rmdir()
+        self.assertEqual(downloads(), "none\n")
 
     def test_linux_needs_no_wine(self):
         result = self.run_script("test.sh", "--linux")
