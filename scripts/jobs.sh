@@ -1,3 +1,4 @@
+#!/usr/bin/env bash
 # What a script starts ends with the script. Sourced, not run.
 
 # end_jobs [SIGNAL]: ends what this shell started, each with its process group where it has one of its own.

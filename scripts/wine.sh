@@ -85,6 +85,13 @@ case "${1-}" in
 esac
 
 wine=$(first_of wine64-stable wine64 /usr/lib/wine/wine64)
+# Wine does not complete a prefix whose making was cut off: that one is made anew.
+making=$WINEPREFIX.making
+if [ "$1" = --prepare ]; then
+    [ ! -e "$making" ] || rm -rf "$WINEPREFIX"
+    mkdir -p "$(dirname "$WINEPREFIX")"
+    [ -e "$WINEPREFIX" ] || touch "$making"
+fi
 mkdir -p "$WINEPREFIX"
 if command -v Xvfb >/dev/null && number=$(display_number); then
     export DISPLAY=":$number"
@@ -94,6 +101,8 @@ if [ "$1" = --prepare ]; then
     exec </dev/null >/dev/null 2>&1
     "$wine" wineboot --init
     # Nothing manages the windows of that display: Wine would wait two seconds for each that goes.
-    exec "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
+    "$wine" reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f
+    rm -f "$making"
+    exit
 fi
 exec "$wine" "$@"

@@ -3,22 +3,12 @@
 import os
 import signal
 import subprocess
-import time
 import unittest
-from pathlib import Path
 
 from script_folder import ScriptTest
 
 BUILDING = [("test.sh", "--linux"), ("demo.sh",), ("bench.sh",), ("fuzz.sh",)]
 SIGNALS = (signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
-
-
-def runs(process):
-    """Whether the process is there, and not just because nobody asked how it ended."""
-    try:
-        return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
-    except OSError:
-        return False
 
 
 class JobsTest(ScriptTest):
@@ -42,17 +32,10 @@ class JobsTest(ScriptTest):
             "wait",
         )
 
-    def wait_until(self, condition, what):
-        end = time.monotonic() + 60
-        while not condition():
-            self.assertLess(time.monotonic(), end, what)
-            time.sleep(0.02)
-
     def end(self, number, name, *arguments):
         """Sends a script the signal while the lasting program runs; nothing of that may be left."""
         started = self.top / "started"
         started.unlink(missing_ok=True)
-        processes = []
         script = subprocess.Popen(
             # Whoever runs the tests may ignore signals.
             ["env", "--default-signal", "bash", self.top / "scripts" / name, *arguments],
@@ -65,12 +48,10 @@ class JobsTest(ScriptTest):
             processes = started.read_text().split()
             script.send_signal(number)
             self.assertEqual(script.wait(60), -number)
-            self.wait_until(lambda: not any(map(runs, processes)), f"{processes} still run")
+            self.wait_until_ended(*processes)
         finally:
             script.kill()
             script.wait()
-            for process in filter(runs, processes):
-                os.kill(int(process), signal.SIGKILL)
 
     def test_builds(self):
         self.lasting("bin/cmake", "--build")

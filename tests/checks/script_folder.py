@@ -2,12 +2,22 @@
 
 import os
 import shutil
+import signal
 import subprocess
 import tempfile
+import time
 import unittest
 from pathlib import Path
 
 SCRIPTS = Path(__file__).parents[2] / "scripts"
+
+
+def runs(process):
+    """Whether the process is there, and not just because nobody asked how it ended."""
+    try:
+        return Path(f"/proc/{process}/stat").read_text().rpartition(")")[2].split()[0] != "Z"
+    except OSError:
+        return False
 
 
 class ScriptTest(unittest.TestCase):
@@ -39,6 +49,20 @@ class ScriptTest(unittest.TestCase):
             text=True,
             env=self.environment,
         )
+
+    def wait_until(self, condition, what):
+        end = time.monotonic() + 60
+        while not condition():
+            self.assertLess(time.monotonic(), end, what)
+            time.sleep(0.02)
+
+    def wait_until_ended(self, *processes):
+        """Processes that the test started, by their ids; those that do not end by themselves are killed."""
+        try:
+            self.wait_until(lambda: not any(map(runs, processes)), f"{processes} still run")
+        finally:
+            for process in filter(runs, processes):
+                os.kill(int(process), signal.SIGKILL)
 
     def calls(self):
         file = self.top / "calls.txt"

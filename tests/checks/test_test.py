@@ -4,9 +4,7 @@ import os
 import shutil
 import signal
 import subprocess
-import time
 import unittest
-from pathlib import Path
 
 from script_folder import SCRIPTS, ScriptTest
 
@@ -98,12 +96,7 @@ class TestScriptTest(ScriptTest):
             "kill $PPID",
         )
         self.assertEqual(self.run_script("test.sh", "--linux").returncode, -signal.SIGTERM)
-        tests = int((self.top / "ctest.pid").read_text())
-        for _ in range(600):
-            if not Path(f"/proc/{tests}/cmdline").exists():
-                return
-            time.sleep(0.1)
-        self.fail("the tests still run")
+        self.wait_until_ended(*(self.top / "ctest.pid").read_text().split())
 
     def test_all_builds_with_what_was_downloaded_before(self):
         checkout = self.top / "checkout"
