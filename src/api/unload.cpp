@@ -1,6 +1,8 @@
 // What the compiler's runtime keeps for good in each library that it is linked into: without this a host
 // that loads this one over and over loses two handles and 73,000 bytes each time. MinGW-w64 only.
 
+#include "platform/windows/process_end.h"
+
 namespace __gnu_cxx {
 void __freeres() noexcept;
 }
@@ -8,23 +10,11 @@ void __freeres() noexcept;
 // The thread library's function for the ends of threads.
 extern "C" void (*__xl_f)(void* library, unsigned long reason, void* reserved);
 
-extern "C" __declspec(dllimport) void* GetModuleHandleW(const wchar_t* name);
-extern "C" __declspec(dllimport) void* GetProcAddress(void* module, const char* name);
-
 namespace {
-
-// At the end of a process the other threads have been ended already, maybe with locks of the runtime.
-bool isProcessEnding() {
-    using Answer = unsigned char();
-    void* const address =
-        GetProcAddress(GetModuleHandleW(L"ntdll.dll"), "RtlDllShutdownInProgress");
-    const auto ask = reinterpret_cast<Answer*>(address);
-    return ask == nullptr || ask() != 0;
-}
 
 struct RuntimeEnd {
     ~RuntimeEnd() {
-        if (isProcessEnding()) return;
+        if (platform::isProcessEnding()) return;
         // Memory for exceptions when there is no other.
         __gnu_cxx::__freeres();
         // The record of the thread that unloads the library, which lives on without it.

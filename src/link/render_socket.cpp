@@ -48,6 +48,8 @@ RenderSocket::RenderSocket() {
 
 RenderSocket::~RenderSocket() {
     connected = false;
+    // Also when the process ends: what the system closes by itself may reach the renderer as a reset, which
+    // can lose what the renderer has not read yet.
     closeSocketOf(*this);
     platform::stopSockets();
 }

@@ -6,8 +6,10 @@
 #include "link/link_state.h"
 #include "tests/fake_renderer.h"
 #include "tests/host_text.h"
+#include "tests/platform/child_program.h"
 #include "tests/platform/loaded_library.h"
 #include "tests/platform/socket_delay.h"
+#include "tests/temporary_folder.h"
 
 namespace {
 
@@ -274,6 +276,29 @@ TEST(RenderSocketRecord, ClosesItsConnectionWhenTheLibraryIsUnloaded) {
     EXPECT_FALSE(library.isInProcess());
     renderer.finish();
     EXPECT_TRUE(sawTheEnd);
+}
+
+// Nor need it unload the library before it ends.
+TEST(RenderSocketRecord, ClosesItsConnectionWhenTheProcessEnds) {
+    for (const char* const way : {"end", "unload"}) {
+        FakeRenderer renderer(4);
+        bool sawTheEnd = false;
+        renderer.serve({[&](Peer& peer) {
+            EXPECT_EQ(peer.word(), 7U);
+            peer.string();
+            peer.sendWord(0);
+            sawTheEnd = peer.atEnd();
+        }});
+        const TemporaryFolder folder;
+        ChildProgram host(Q7_ENDING_HOST, {way}, folder.path());
+        EXPECT_EQ(host.exitCode(), 7) << host.printed();
+        if (host.exitCode() == 7) renderer.finish();
+        EXPECT_TRUE(sawTheEnd);
+#if defined(_WIN32)
+        // The socket library ends with the library alone.
+        EXPECT_EQ(host.printed(), std::string(way) == "unload" ? "WSACleanup\n" : "");
+#endif
+    }
 }
 
 TEST(ReceiveString, AShortReplyLeavesZeros) {

@@ -210,7 +210,7 @@ TEST(RemoveFolderTree, DoesNotWaitForEver) {
     EXPECT_EQ(waits, platform::mostWaits);
 }
 
-TEST(RemoveFolderTree, GivesOtherProgramsTime) {
+TEST(RemoveFolderTree, IsFalseWhenAFileStaysInUse) {
     const TemporaryFolder folder;
     fs::create_directory(folder / "tree");
     held.emplace(folder / "tree" / "file");

@@ -11,6 +11,8 @@
 #include <climits>
 #include <mutex>
 
+#include "platform/windows/process_end.h"
+
 namespace platform {
 namespace {
 
@@ -51,9 +53,10 @@ void startSockets() {
     started = WSAStartup(MAKEWORD(2, 2), &details) == 0;
 }
 
-// Takes no lock: it runs while the process ends, when a thread that held the lock may be gone.
+// Takes no lock: it runs while the process ends, when a thread that held the lock may be gone. Nor does it end
+// the socket library then, which has locks of its own, and sockets of the host.
 void stopSockets() {
-    if (started.exchange(false)) WSACleanup();
+    if (started.exchange(false) && !isProcessEnding()) WSACleanup();
 }
 
 bool isAddress(const char* address) {
