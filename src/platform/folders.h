@@ -24,7 +24,7 @@ FolderCreation createFolder(const WideString& path);
 
 // Removes the folder and all that is in it, without asking anybody; links go, what they point to stays.
 // False when there was nothing, or when something stays. On Windows a file that another program holds open
-// stays; such a program gets half a second to close it.
+// stays; such a program gets about half a second to close it.
 bool removeFolderTree(const WideString& path);
 
 // A file or folder below a folder that is walked.

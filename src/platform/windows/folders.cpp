@@ -140,7 +140,7 @@ bool isFolderItself(unsigned long attributes, unsigned long reparseTag) {
 }
 
 bool removeFolderTree(const WideString& path) {
-    // Half a second in all.
+    // About half a second in all.
     return removeFolderTree(path, [] { Sleep(20); });
 }
 
