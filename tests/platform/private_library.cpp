@@ -33,3 +33,19 @@ TEST(PrivateLibrary, ThatIsNowhereHasNoFunctions) {
     EXPECT_FALSE(library.isLoaded());
     EXPECT_EQ(library.find<void()>("anything"), nullptr);
 }
+
+#if defined(_WIN32)
+
+// In the working directory that of a stranger's scene would do.
+TEST(PrivateLibrary, TakesNothingFromTheWorkingDirectory) {
+    const auto before = std::filesystem::current_path();
+    const auto needed = std::filesystem::path(Q7_NEEDED_LIBRARY);
+    std::filesystem::current_path(needed.parent_path());
+    EXPECT_FALSE(PrivateLibrary("q7test_needing.dll").isLoaded());
+    EXPECT_FALSE(PrivateLibrary(needed.filename().string()).isLoaded());
+    std::filesystem::current_path(before);
+    const LoadedLibrary loaded(needed);
+    EXPECT_TRUE(PrivateLibrary("q7test_needing.dll").isLoaded());
+}
+
+#endif

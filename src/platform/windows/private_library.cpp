@@ -27,9 +27,10 @@ PrivateLibrary::PrivateLibrary(const std::string& fileName) {
     // No box of the system's own about a file that is not there.
     DWORD hostsMode = 0;
     SetThreadErrorMode(SEM_FAILCRITICALERRORS, &hostsMode);
-    // What it needs itself lies beside it. By its name alone it is not looked for in the working
-    // directory, which may be the folder of a scene from anywhere.
-    handle_ = LoadLibraryExW((ownFolder() + name).c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+    // What it needs itself stands beside it. Neither is looked for in the working directory, which may be the
+    // folder of a scene from anywhere, nor in those of PATH.
+    handle_ = LoadLibraryExW((ownFolder() + name).c_str(), nullptr,
+                             LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     if (handle_ == nullptr)
         handle_ = LoadLibraryExW(name.c_str(), nullptr, LOAD_LIBRARY_SEARCH_DEFAULT_DIRS);
     SetThreadErrorMode(hostsMode, nullptr);
