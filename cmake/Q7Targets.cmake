@@ -9,7 +9,10 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 
 add_library(q7_flags INTERFACE)
 if(MSVC)
-  target_compile_options(q7_flags INTERFACE /W4 /WX /permissive- /utf-8 /fp:precise /EHsc /guard:cf)
+  # Exports are functions of C linkage that throw. /EHsc, which CMake puts there by itself, would drop the
+  # handlers and destructors around calls of them.
+  string(REGEX REPLACE "[-/]EH[a-z]+" "" CMAKE_CXX_FLAGS "${CMAKE_CXX_FLAGS}")
+  target_compile_options(q7_flags INTERFACE /W4 /WX /permissive- /utf-8 /fp:precise /EHs /EHc- /guard:cf)
   target_link_options(q7_flags INTERFACE /guard:cf)
   target_compile_definitions(q7_flags INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()

@@ -27,9 +27,9 @@
  *   zero) and signals stay as the host has them and change no byte of what is written; a pipe whose
  *   reader has gone does not end the process. errno and the last error of Windows mean nothing to the
  *   library, and a call may leave anything in them: save what you need. 256 KiB of stack are enough.
- * - Threads: no function takes a lock that a host could wait for. A session belongs to one thread at a time; several sessions may
- *   build and save on several threads at once. Shared by all sessions of the process without
- *   protection, so that only one thread at a time may call what uses it:
+ * - Threads: no function takes a lock that a host could wait for. A session belongs to one thread at a
+ *   time; several sessions may build and save on several threads at once. Shared by all sessions of the
+ *   process without protection, so that only one thread at a time may call what uses it:
  *     - the text of Q7SetDccPluginInfo: every save and send reads it
  *     - the path last given to SetModelFilePath: Q7ProcessedSyncConnect reads it
  *     - the link to the renderer: SetQ7RenderPath, StartLinkQ7Render, GetQ7RenderStatus,
@@ -72,9 +72,20 @@ typedef char16_t Q7Char;
 #define Q7_API __attribute__((visibility("default")))
 #endif
 
+/** Exceptions pass through the exports. Under /EHsc, MSVC and clang-cl assume that functions of C
+ * linkage never throw, and drop the caller's handlers, unless the declaration says otherwise. */
+#ifdef __cplusplus
+#define Q7_MAY_THROW noexcept(false)
+#else
+#define Q7_MAY_THROW
+#endif
+
 /** The exports whose names encode their argument types have the names that MSVC gives them, with
- * every Windows compiler. */
-#if defined(__MINGW32__)
+ * every Windows compiler. GCC hands the name to the assembler, which needs quotes around these
+ * characters; clang would make the quotes a part of the name. */
+#if defined(__MINGW32__) && defined(__clang__)
+#define Q7_SYMBOL(name) __asm__(name)
+#elif defined(__MINGW32__)
 #define Q7_SYMBOL(name) __asm__("\"" name "\"")
 #else
 #define Q7_SYMBOL(name)
@@ -135,18 +146,18 @@ extern "C" {
  *
  *  @return the session, never null. End it with DestroySession.
  *  @throws std::bad_alloc when memory runs out. */
-Q7_API void* CreateSession(void);
+Q7_API void* CreateSession(void) Q7_MAY_THROW;
 
 /** Ends a session and frees all that it holds. Values of the whole process stay, and so does a live
  *  connection: DisConnect first.
  *
  *  @param session a live session; null is not allowed. */
-Q7_API void DestroySession(void* session);
+Q7_API void DestroySession(void* session) Q7_MAY_THROW;
 
 /** Tells the version of this library.
  *
  *  @return "0.5.7.0", a constant that is never freed. Needs no session. */
-Q7_API const char* Q7GetPluginVersion(void);
+Q7_API const char* Q7GetPluginVersion(void) Q7_MAY_THROW;
 
 /** @} */
 
@@ -159,28 +170,28 @@ Q7_API const char* Q7GetPluginVersion(void);
  *
  *  @param path taken as it stands, not tested; may be empty. The last path given here by any
  *      session is also remembered for the whole process, as the parent of relevant models. */
-Q7_API void SetModelFilePath(void* session, const Q7Char* path);
+Q7_API void SetModelFilePath(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** Names the file of a model that is part of another one, the one last given to SetModelFilePath.
  *
  *  @param path taken as it stands, not tested; may be empty. The process-wide path stays. */
-Q7_API void SetRelevantModelFilePath(void* session, const Q7Char* path);
+Q7_API void SetRelevantModelFilePath(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** Sets the folder of the model's textures, as the stream's header shows it.
  *
  *  @param path taken as it stands, not tested; may be empty. */
-Q7_API void SetTextureFolder(void* session, const Q7Char* path);
+Q7_API void SetTextureFolder(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** Switches on or off that each live send of a model with instances carries one generated instance per
  *  material, so that the renderer also learns of materials that no geometry uses. Starts off.
  *
  *  @param flag 0 is off, any other value on. Takes effect at the next send. */
-Q7_API void SetGenMatInstances(void* session, uint8_t flag);
+Q7_API void SetGenMatInstances(void* session, uint8_t flag) Q7_MAY_THROW;
 
 /** Sets the text by which the host's plug-in names itself in the stream's header.
  *
  *  @param info replaces the text of the whole process; it starts empty. Needs no session. */
-Q7_API void Q7SetDccPluginInfo(const Q7Char* info);
+Q7_API void Q7SetDccPluginInfo(const Q7Char* info) Q7_MAY_THROW;
 
 /** Chooses what an unknown material name becomes when a node ends. Set it before the first material.
  *
@@ -188,7 +199,7 @@ Q7_API void Q7SetDccPluginInfo(const Q7Char* info);
  *      material without properties, any other value adds none, so that the instance is not made.
  *      Materials that exist stay as they are. The stream's header shows the version plus 1, and
  *      with version 1 the material file has a root element. */
-Q7_API void Q7SetMaterialVersion(void* session, uint32_t version);
+Q7_API void Q7SetMaterialVersion(void* session, uint32_t version) Q7_MAY_THROW;
 
 /** @} */
 
@@ -207,7 +218,7 @@ Q7_API void Q7SetMaterialVersion(void* session, uint32_t version);
  *      registered installation takes its place, if there is one.
  *
  *  @return 1 when a folder is known afterwards, else 0. Needs no session. */
-Q7_API uint8_t SetQ7RenderPath(const Q7Char* path);
+Q7_API uint8_t SetQ7RenderPath(const Q7Char* path) Q7_MAY_THROW;
 
 /** Links to the renderer: starts it when it does not run, waits until it is ready, hands it the
  *  plug-in's file and waits until it says that it is linked. Needs no session.
@@ -224,7 +235,7 @@ Q7_API uint8_t SetQ7RenderPath(const Q7Char* path);
  *
  *  Blocks its caller for as long as the renderer needs to start, without a limit, and prints the
  *  renderer's status on standard output at each of its polls, 0.3 seconds apart. */
-Q7_API uint32_t StartLinkQ7Render(const Q7Char* pluginFile);
+Q7_API uint32_t StartLinkQ7Render(const Q7Char* pluginFile) Q7_MAY_THROW;
 
 /** Tells the renderer's status as it is now. Needs no session.
  *
@@ -234,7 +245,7 @@ Q7_API uint32_t StartLinkQ7Render(const Q7Char* pluginFile);
  *
  *  @return 0 not available, 1 waits for a plug-in file, 2 takes no link, 4 linked; any other value
  *      is a renderer that is not ready. */
-Q7_API uint32_t GetQ7RenderStatus(uint8_t* flag);
+Q7_API uint32_t GetQ7RenderStatus(uint8_t* flag) Q7_MAY_THROW;
 
 /** Tells the version of the registered installation, read anew at each call. Needs no session.
  *
@@ -244,10 +255,10 @@ Q7_API uint32_t GetQ7RenderStatus(uint8_t* flag);
  *      length, and then its terminator too: give the buffer one character more than you tell.
  *
  *  @return the text's length plus 1; without an installation that is 1. */
-Q7_API uint32_t Q7GetRenderVersion(Q7Char* buffer, uint32_t size);
+Q7_API uint32_t Q7GetRenderVersion(Q7Char* buffer, uint32_t size) Q7_MAY_THROW;
 
 /** The same function as Q7RawSyncConnect. */
-Q7_API ConnectRet Connect(void* session);
+Q7_API ConnectRet Connect(void* session) Q7_MAY_THROW;
 
 /** Opens the connection for Q7SendRaw, on the port that the library read last: StartLinkQ7Render reads
  *  it, and each connect or send that fails.
@@ -258,13 +269,13 @@ Q7_API ConnectRet Connect(void* session);
  *      range" when the installed version is no version.
  *
  *  Blocks until the renderer answers. A connection that is still open is closed first. */
-Q7_API ConnectRet Q7RawSyncConnect(void* session);
+Q7_API ConnectRet Q7RawSyncConnect(void* session) Q7_MAY_THROW;
 
 /** Opens the connection for Q7SendProcessed; for a path of SetRelevantModelFilePath it also names the
  *  main model, the path last given to SetModelFilePath.
  *
  *  @return a ConnectRet, as Q7RawSyncConnect does. */
-Q7_API ConnectRet Q7ProcessedSyncConnect(void* session);
+Q7_API ConnectRet Q7ProcessedSyncConnect(void* session) Q7_MAY_THROW;
 
 #ifdef __cplusplus
 } /* extern "C" */
@@ -281,13 +292,13 @@ extern "C" {
 /** Closes the connection that a connect function opened.
  *
  *  Nothing happens when HasConnected is 0. */
-Q7_API void DisConnect(void* session);
+Q7_API void DisConnect(void* session) Q7_MAY_THROW;
 
 /** Tells whether a connect function succeeded since the last DisConnect, without probing the
  *  connection.
  *
  *  @return 1 or 0. */
-Q7_API uint8_t HasConnected(void* session);
+Q7_API uint8_t HasConnected(void* session) Q7_MAY_THROW;
 
 /** Asks the renderer, on a connection of its own, how it wants a model.
  *
@@ -295,11 +306,12 @@ Q7_API uint8_t HasConnected(void* session);
  *
  *  @return the renderer's answer, and 0 for a negative or no answer, for a null name, and while a
  *      connection is open. Blocks until the renderer answers or closes. */
-Q7_API int32_t GetSendModelType(void* session, const Q7Char* name);
+Q7_API int32_t GetSendModelType(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Sends the model as it stands over the open connection. Instances of deleted nodes leave the model
- *  first; afterwards all meshes without an instance leave it, those of AddMesh too. Instances whose transform is sheared or scales
- *  beyond 0.001 to 100 travel as meshes of their own, already transformed.
+ *  first; afterwards all meshes without an instance leave it, those of AddMesh too. Instances whose
+ *  transform is sheared or scales beyond 0.001 to 100 travel as meshes of their own, already
+ *  transformed.
  *
  *  Mesh names that begin with "@q7fix@", and "@g@m@q7_", are the library's own: a host's mesh that
  *  takes one of the first keeps an instance from being transformed, one of the second is overwritten.
@@ -309,14 +321,14 @@ Q7_API int32_t GetSendModelType(void* session, const Q7Char* name);
  *  Nothing is sent of a model without instances. Throws as Q7RawSyncConnect does.
  *  Cost: each mesh takes five round trips to the renderer; a renderer that does not answer blocks the
  *  caller. */
-Q7_API void Q7SendRaw(void* session);
+Q7_API void Q7SendRaw(void* session) Q7_MAY_THROW;
 
 /** The same function as Q7SendRaw. */
-Q7_API void SendModel(void* session);
+Q7_API void SendModel(void* session) Q7_MAY_THROW;
 
 /** Sends a merged copy of the model, as Q7SaveProcessedToFile describes it, over the open connection;
  *  otherwise as Q7SendRaw does, once and without instance paths. */
-Q7_API void Q7SendProcessed(void* session);
+Q7_API void Q7SendProcessed(void* session) Q7_MAY_THROW;
 
 /** @} */
 
@@ -359,7 +371,7 @@ extern "C" {
  *  @param xml the finished text, stored and sent as it stands, never parsed
  *
  *  Nothing happens when the name belongs to a typed material (Q7AddMaterial). */
-Q7_API void AddMaterial(void* session, const Q7Char* materialName, const Q7Char* xml);
+Q7_API void AddMaterial(void* session, const Q7Char* materialName, const Q7Char* xml) Q7_MAY_THROW;
 
 /** Appends a record to the session's list of legacy scenes; names may repeat. SendScenes sends the
  *  list and empties it.
@@ -368,7 +380,7 @@ Q7_API void AddMaterial(void* session, const Q7Char* materialName, const Q7Char*
  *  @param sceneData 36 bytes, copied and passed on as they are; not null
  *  @param value passed on as it is */
 Q7_API void AddScene(void* session, const Q7Char* name, const Q7Char* label, const void* sceneData,
-                     uint32_t value);
+                     uint32_t value) Q7_MAY_THROW;
 
 /** @} */
 
@@ -388,7 +400,7 @@ Q7_API void AddScene(void* session, const Q7Char* name, const Q7Char* label, con
  *  that were begun keep the old one in theirs.
  *  Nothing happens when nodeName is empty. */
 Q7_API void Q7BeginNode(void* session, const Q7Char* nodeName, const float* transform,
-                        const Q7Char* instancePath);
+                        const Q7Char* instancePath) Q7_MAY_THROW;
 
 /** Opens a node as Q7BeginNode does, with the number of triangles to expect.
  *
@@ -397,14 +409,15 @@ Q7_API void Q7BeginNode(void* session, const Q7Char* nodeName, const float* tran
  *      also when nodeName is empty. A hint beyond the memory there is makes the first triangle call
  *      of a material throw std::bad_alloc. */
 Q7_API void Q7BeginNodeHint(void* session, const Q7Char* nodeName, const float* transform,
-                            uint32_t triangleHint, const Q7Char* instancePath);
+                            uint32_t triangleHint, const Q7Char* instancePath) Q7_MAY_THROW;
 
 /** Opens a node as Q7BeginNode does, with an empty instance path. */
-Q7_API void MaxBeginNode(void* session, const Q7Char* nodeName, const float* transform);
+Q7_API void MaxBeginNode(void* session, const Q7Char* nodeName,
+                         const float* transform) Q7_MAY_THROW;
 
 /** Opens a node as Q7BeginNodeHint does, with an empty instance path. */
 Q7_API void MaxBeginNodeHint(void* session, const Q7Char* nodeName, const float* transform,
-                             uint32_t triangleHint);
+                             uint32_t triangleHint) Q7_MAY_THROW;
 
 /** Ends the open node: one mesh and one instance come of each material that its triangles named.
  *
@@ -415,10 +428,10 @@ Q7_API void MaxBeginNodeHint(void* session, const Q7Char* nodeName, const float*
  *  With no node open, triangles given since the last end become instances all the same, at the
  *  transform of the last begin call: it must then still be alive.
  *  Cost: independent of the number of triangles. */
-Q7_API void Q7EndNode(void* session);
+Q7_API void Q7EndNode(void* session) Q7_MAY_THROW;
 
 /** The same function as Q7EndNode. */
-Q7_API void MaxEndNode(void* session);
+Q7_API void MaxEndNode(void* session) Q7_MAY_THROW;
 
 /** Adds one triangle to the open node, with its axes as they stand: MaxAddTriangles with a count of
  *  1 and CoordOrder XYZ.
@@ -427,14 +440,14 @@ Q7_API void MaxEndNode(void* session);
  *  @param normals 9 floats or null
  *  @param uvs 6 floats or null */
 Q7_API void MaxAddTriangle(void* session, const Q7Char* materialName, const float* positions,
-                           const float* normals, const float* uvs);
+                           const float* normals, const float* uvs) Q7_MAY_THROW;
 
 /** Adds triangles without indices to the open node: MaxAddIndexTriangles with no indices. Where the
  *  material also gets triangles with indices in this node, its vertices without any belong to no triangle:
  *  do not mix the two. */
 Q7_API void MaxAddTriangles(void* session, const Q7Char* materialName, int triangleCount,
                             const float* positions, const float* normals, const float* uvs,
-                            CoordOrder order);
+                            CoordOrder order) Q7_MAY_THROW;
 
 /** Adds vertices, and indices if there are any, to the open node.
  *
@@ -454,7 +467,8 @@ Q7_API void MaxAddTriangles(void* session, const Q7Char* materialName, int trian
  *  @throws std::length_error "vector too long" when triangleCount is negative. */
 Q7_API void MaxAddIndexTriangles(void* session, const Q7Char* materialName, int triangleCount,
                                  const float* positions, const float* normals, const float* uvs,
-                                 uint32_t indexCount, const int* indices, CoordOrder order);
+                                 uint32_t indexCount, const int* indices,
+                                 CoordOrder order) Q7_MAY_THROW;
 
 /** Places the geometry of one node again as another node, with the instance path "/".
  *
@@ -466,23 +480,23 @@ Q7_API void MaxAddIndexTriangles(void* session, const Q7Char* materialName, int 
  *  When existingNode is unknown, newNode becomes known and gets no instances.
  *  Cost: constant for each instance. */
 Q7_API void MaxDuplicateNode(void* session, const Q7Char* existingNode, const Q7Char* newNode,
-                             const float* transform);
+                             const float* transform) Q7_MAY_THROW;
 
 /** Places the geometry of one node again as MaxDuplicateNode does, with an instance path. */
 Q7_API void Q7DuplicateNode(void* session, const Q7Char* existingNode, const Q7Char* newNode,
-                            const float* transform, const Q7Char* instancePath);
+                            const float* transform, const Q7Char* instancePath) Q7_MAY_THROW;
 
 /** Forgets a node and marks its instances for removal; they leave the model at the next live send.
  *  Until then they are counted and saved.
  *
  *  Nothing happens when the node is unknown. */
-Q7_API void MaxDeleteNode(void* session, const Q7Char* node);
+Q7_API void MaxDeleteNode(void* session, const Q7Char* node) Q7_MAY_THROW;
 
 /** The same function as MaxDeleteNode. */
-Q7_API void Q7DeleteNode(void* session, const Q7Char* node);
+Q7_API void Q7DeleteNode(void* session, const Q7Char* node) Q7_MAY_THROW;
 
 /** Counts the instances of the model, those marked for removal included. */
-Q7_API uint64_t Q7InstanceCount(void* session);
+Q7_API uint64_t Q7InstanceCount(void* session) Q7_MAY_THROW;
 
 #ifdef __cplusplus
 } /* extern "C" */
@@ -511,12 +525,12 @@ extern "C" {
 /** Adds a typed material of type 0 without properties.
  *
  *  Nothing happens when a material of that name exists. */
-Q7_API void Q7AddMaterial(void* session, const Q7Char* name);
+Q7_API void Q7AddMaterial(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes all properties of a typed material; its type stays.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
-Q7_API void Q7ResetMaterial(void* session, const Q7Char* name);
+Q7_API void Q7ResetMaterial(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Chooses the base material by its index in the renderer's catalogue.
  *
@@ -524,31 +538,32 @@ Q7_API void Q7ResetMaterial(void* session, const Q7Char* name);
  *      Base_17 and Base_18. A larger value is stored too, and written as type 0.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
-Q7_API void Q7SetMaterialType(void* session, const Q7Char* name, uint32_t type);
+Q7_API void Q7SetMaterialType(void* session, const Q7Char* name, uint32_t type) Q7_MAY_THROW;
 
 /** Sets a property to an integer, replacing what it held, whatever its type.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
 Q7_API void Q7SetMaterialIntProperty(void* session, const Q7Char* name, const Q7Char* property,
-                                     int32_t value);
+                                     int32_t value) Q7_MAY_THROW;
 
 /** Sets a property to a float, replacing what it held; written with six significant digits.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
 Q7_API void Q7SetMaterialFloatProperty(void* session, const Q7Char* name, const Q7Char* property,
-                                       float value);
+                                       float value) Q7_MAY_THROW;
 
 /** Sets a property to a text, replacing what it held. A texture is a text: the path of its file, which
  *  is written as it stands; the renderer looks for the file by its name alone.
  *
  *  Nothing happens when the name is unknown or belongs to a text material. */
 Q7_API void Q7SetMaterialStringProperty(void* session, const Q7Char* name, const Q7Char* property,
-                                        const Q7Char* value);
+                                        const Q7Char* value) Q7_MAY_THROW;
 
 /** Removes a property of a typed material.
  *
  *  Nothing happens when the material or the property is unknown. */
-Q7_API void Q7RemoveMaterialProperty(void* session, const Q7Char* name, const Q7Char* property);
+Q7_API void Q7RemoveMaterialProperty(void* session, const Q7Char* name,
+                                     const Q7Char* property) Q7_MAY_THROW;
 
 /** Writes all materials as XML text in UTF-8, in the order in which they were added, replacing the
  *  file: typed ones as the library words them, text ones as they were given. With material version 1
@@ -557,7 +572,7 @@ Q7_API void Q7RemoveMaterialProperty(void* session, const Q7Char* name, const Q7
  *
  *  Nothing happens when the file cannot be opened for writing; a write that fails later is not
  *  reported. */
-Q7_API void Q7SaveMaterialToFile(void* session, const Q7Char* path);
+Q7_API void Q7SaveMaterialToFile(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** @} */
 
@@ -573,10 +588,10 @@ Q7_API void Q7SaveMaterialToFile(void* session, const Q7Char* path);
  *  Nothing happens when the file cannot be opened for writing; a full disk leaves a short file and
  *  is not reported.
  *  Cost: one pass over the model; no copy of it is made. */
-Q7_API void Q7SaveRawToFile(void* session, const Q7Char* path);
+Q7_API void Q7SaveRawToFile(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** The same function as Q7SaveRawToFile. */
-Q7_API void SaveToFile(void* session, const Q7Char* path);
+Q7_API void SaveToFile(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** Writes a merged copy of the model to a model stream file, replacing the file. The session stays as
  *  it is.
@@ -592,7 +607,7 @@ Q7_API void SaveToFile(void* session, const Q7Char* path);
  *  Nothing happens when the file cannot be opened for writing; a full disk leaves a short file and
  *  is not reported.
  *  Cost: memory for the merged geometry once. */
-Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path);
+Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** @} */
 
@@ -632,11 +647,11 @@ Q7_API void Q7SaveProcessedToFile(void* session, const Q7Char* path);
  *      although 1 is returned.
  *
  *  Cost: writes the model twice, and compresses it at the highest level. */
-Q7_API uint8_t Q7SaveRawToQ7a(void* session, const Q7Char* path);
+Q7_API uint8_t Q7SaveRawToQ7a(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** Saves a merged copy of the model, as Q7SaveProcessedToFile describes it, as an archive; otherwise as
  *  Q7SaveRawToQ7a does. The instances in "info.json" are those of the model itself. */
-Q7_API uint8_t Q7SaveProcessedToQ7a(void* session, const Q7Char* path);
+Q7_API uint8_t Q7SaveProcessedToQ7a(void* session, const Q7Char* path) Q7_MAY_THROW;
 
 /** Saves a file of the host's own with the session's materials as an archive; otherwise as
  *  Q7SaveRawToQ7a does. The session's model plays no part.
@@ -646,7 +661,8 @@ Q7_API uint8_t Q7SaveProcessedToQ7a(void* session, const Q7Char* path);
  *      entry is empty, and the archive is made all the same: "copy file fail!" is for faults of a
  *      stream that hardly ever come.
  *  @param path the archive */
-Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q7Char* path);
+Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile,
+                              const Q7Char* path) Q7_MAY_THROW;
 
 /** @} */
 
@@ -667,7 +683,7 @@ Q7_API uint8_t Q7SaveExtToQ7a(void* session, const Q7Char* externalFile, const Q
  *
  *  @return the id's length plus 1. The id stays the same until the process ends, and any thread may
  *      ask for it, also at first. */
-Q7_API uint32_t Q7GetCid(char* buffer, uint32_t size);
+Q7_API uint32_t Q7GetCid(char* buffer, uint32_t size) Q7_MAY_THROW;
 
 /** Tells the folder of the rendering application's logs, with a separator behind it:
  *  "q7_engine\Saved\Logs\" in the user's local application data (elsewhere than on Windows
@@ -681,7 +697,7 @@ Q7_API uint32_t Q7GetCid(char* buffer, uint32_t size);
  *
  *  @return the path's length plus 1; when the folder cannot be made, the path is empty and that is
  *      1. */
-Q7_API uint32_t Q7GetLogDir(Q7Char* buffer, uint32_t size);
+Q7_API uint32_t Q7GetLogDir(Q7Char* buffer, uint32_t size) Q7_MAY_THROW;
 
 /** Tells the size of the renderer's viewport, as its window is on the screen now. Needs no session; one
  *  thread at a time.
@@ -691,7 +707,7 @@ Q7_API uint32_t Q7GetLogDir(Q7Char* buffer, uint32_t size);
  *      it was closed, and always on systems other than Windows. Once the renderer's main window was
  *      seen without its viewport and was then closed, the size stays unknown for the rest of the
  *      process. */
-Q7_API uint32_t Q7RenderWindowSize(void);
+Q7_API uint32_t Q7RenderWindowSize(void) Q7_MAY_THROW;
 
 /** @} */
 
@@ -716,47 +732,47 @@ Q7_API uint32_t Q7RenderWindowSize(void);
 /** Adds a scene without properties. A scene that has the name is emptied.
  *
  *  The name only addresses the scene: a message does not hold it. */
-Q7_API void Q7AddScene(void* session, const Q7Char* name);
+Q7_API void Q7AddScene(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes a scene. Nothing happens when the name is unknown. */
-Q7_API void Q7DeleteScene(void* session, const Q7Char* name);
+Q7_API void Q7DeleteScene(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes all scenes of Q7AddScene. */
-Q7_API void Q7ClearScenes(void* session);
+Q7_API void Q7ClearScenes(void* session) Q7_MAY_THROW;
 
 /** Adds a light without properties. A light that has the name is emptied.
  *
  *  The name only addresses the light: a message does not hold it. */
-Q7_API void Q7AddLight(void* session, const Q7Char* name);
+Q7_API void Q7AddLight(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes a light. Nothing happens when the name is unknown. */
-Q7_API void Q7DeleteLight(void* session, const Q7Char* name);
+Q7_API void Q7DeleteLight(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes all lights. */
-Q7_API void Q7ClearLights(void* session);
+Q7_API void Q7ClearLights(void* session) Q7_MAY_THROW;
 
 /** Gives an id a name, replacing the one it has. The lights message lists the pairs as its groups; a
  *  light refers to one by a property that host and renderer agree on. */
-Q7_API void Q7SetPathElementName(void* session, const Q7Char* id, const Q7Char* name);
+Q7_API void Q7SetPathElementName(void* session, const Q7Char* id, const Q7Char* name) Q7_MAY_THROW;
 
 /** Takes an id's name away. Nothing happens when the id is unknown. */
-Q7_API void Q7DeletePathElementName(void* session, const Q7Char* id);
+Q7_API void Q7DeletePathElementName(void* session, const Q7Char* id) Q7_MAY_THROW;
 
 /** Takes all names of ids away. */
-Q7_API void Q7ClearPathElementNames(void* session);
+Q7_API void Q7ClearPathElementNames(void* session) Q7_MAY_THROW;
 
 /** Sets a property to an integer.
  *
  *  Nothing happens when the type is unknown, or no record of that type has the name. */
 Q7_API void Q7SetEntityIntProperty(void* session, uint32_t entityType, const Q7Char* entityName,
-                                   const Q7Char* property, int32_t value);
+                                   const Q7Char* property, int32_t value) Q7_MAY_THROW;
 
 /** Sets a property to a float. Messages show it with all the digits that it has as a double: 0.1F is
  *  0.10000000149011612; a value that is no finite number is null.
  *
  *  Nothing happens when the type is unknown, or no record of that type has the name. */
 Q7_API void Q7SetEntityFloatProperty(void* session, uint32_t entityType, const Q7Char* entityName,
-                                     const Q7Char* property, float value);
+                                     const Q7Char* property, float value) Q7_MAY_THROW;
 
 /** Sets a property to several floats. Messages show one float as a plain number, and leave the
  *  property out when there is none.
@@ -768,25 +784,26 @@ Q7_API void Q7SetEntityFloatProperty(void* session, uint32_t entityType, const Q
  *      is negative. */
 Q7_API void Q7SetEntityFloatArrayProperty(void* session, uint32_t entityType,
                                           const Q7Char* entityName, const Q7Char* property,
-                                          const float* values, int count);
+                                          const float* values, int count) Q7_MAY_THROW;
 
 /** Sets a property to a text.
  *
  *  Nothing happens when the type is unknown, or no record of that type has the name. */
 Q7_API void Q7SetEntityStringProperty(void* session, uint32_t entityType, const Q7Char* entityName,
-                                      const Q7Char* property, const Q7Char* value);
+                                      const Q7Char* property, const Q7Char* value) Q7_MAY_THROW;
 
 /** Removes all properties of a record. The model's path in the camera and the metadata stays.
  *
  *  Nothing happens when the type is 4 or unknown, or no record of that type has the name. */
-Q7_API void Q7ResetEntityProperty(void* session, uint32_t entityType, const Q7Char* entityName);
+Q7_API void Q7ResetEntityProperty(void* session, uint32_t entityType,
+                                  const Q7Char* entityName) Q7_MAY_THROW;
 
 /** Removes a property of a record.
  *
  *  Nothing happens when the type is 4 or unknown, no record of that type has the name, or the record
  *  has no such property. */
 Q7_API void Q7DeleteEntityProperty(void* session, uint32_t entityType, const Q7Char* entityName,
-                                   const Q7Char* property);
+                                   const Q7Char* property) Q7_MAY_THROW;
 
 /** @} */
 
@@ -810,13 +827,13 @@ Q7_API void Q7DeleteEntityProperty(void* session, uint32_t entityType, const Q7C
  *
  *  @param transform 36 bytes, passed on unread; not null
  *  @param fov passed on unread */
-Q7_API void SendCameraTransformFov(void* session, const char* transform, float fov);
+Q7_API void SendCameraTransformFov(void* session, const char* transform, float fov) Q7_MAY_THROW;
 
 /** Sends the properties of the session's camera, and the model's path if one is set. They stay. */
-Q7_API void Q7SendCamera(void* session);
+Q7_API void Q7SendCamera(void* session) Q7_MAY_THROW;
 
 /** Sends the properties of the session's metadata, and the model's path if one is set. They stay. */
-Q7_API void Q7SendMetaData(void* session);
+Q7_API void Q7SendMetaData(void* session) Q7_MAY_THROW;
 
 /** Asks the renderer for the metadata that it holds of the session's model, and waits for the answer
  *  without a limit. Each call asks anew. As much of the answer is taken as arrives at once; what it
@@ -829,23 +846,24 @@ Q7_API void Q7SendMetaData(void* session);
  *  @return the text's length plus one; the text is stored only when size is at least that. Without
  *      an answer, also of a renderer that cannot be reached, the text is empty. Returns 0xFFFFFFFF
  *      when no message may go. */
-Q7_API uint32_t Q7GetMetaData(void* session, Q7Char* buffer, uint32_t size);
+Q7_API uint32_t Q7GetMetaData(void* session, Q7Char* buffer, uint32_t size) Q7_MAY_THROW;
 
 /** Sends all scenes of Q7AddScene with the model's path. They stay. */
-Q7_API void Q7SendScenes(void* session);
+Q7_API void Q7SendScenes(void* session) Q7_MAY_THROW;
 
 /** Sends all lights and the names of Q7SetPathElementName with the model's path. They stay. */
-Q7_API void Q7SendLights(void* session);
+Q7_API void Q7SendLights(void* session) Q7_MAY_THROW;
 
 /** Sends the records of AddScene in the order of adding, and drops them, also when the send fails. They
  *  stay when no message may go.
  *
  *  @param text passed on unread. When it is empty the connection is opened and closed, nothing is
  *      sent, and the records stay. */
-Q7_API void SendScenes(void* session, const Q7Char* text);
+Q7_API void SendScenes(void* session, const Q7Char* text) Q7_MAY_THROW;
 
 /** Sends two texts about the lights, passed on unread. */
-Q7_API void SendLightsDataXml(void* session, const Q7Char* first, const Q7Char* second);
+Q7_API void SendLightsDataXml(void* session, const Q7Char* first,
+                              const Q7Char* second) Q7_MAY_THROW;
 
 /** @} */
 
@@ -901,26 +919,27 @@ typedef struct Q7AnimProperty {
  *  the name is replaced.
  *
  *  Nothing happens when session is null. */
-Q7_API void Q7AddCameraAnims(void* session, const Q7Char* name);
+Q7_API void Q7AddCameraAnims(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes a camera animation. Nothing happens when session is null or the name is unknown. */
-Q7_API void Q7DeleteCameraAnims(void* session, const Q7Char* name);
+Q7_API void Q7DeleteCameraAnims(void* session, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes all camera animations. Nothing happens when session is null. */
-Q7_API void Q7ClearCameraAnims(void* session);
+Q7_API void Q7ClearCameraAnims(void* session) Q7_MAY_THROW;
 
 /** Sends all camera animations and removes them, also when the send fails. As with all messages, none
  *  goes while no renderer shows a status or a connection for a model is open; they stay then.
  *
  *  Nothing happens when session is null. */
-Q7_API void Q7SendCameraAnims(void* session);
+Q7_API void Q7SendCameraAnims(void* session) Q7_MAY_THROW;
 
 /** Adds a key frame without properties, also when one of that time exists.
  *
  *  @param time in the unit that host and renderer agree on
  *
  *  @return the key frame's index, or -1 when there is no such camera animation. */
-Q7_API int32_t Q7AddAnimEntityFrame(void* session, int32_t type, const Q7Char* name, double time);
+Q7_API int32_t Q7AddAnimEntityFrame(void* session, int32_t type, const Q7Char* name,
+                                    double time) Q7_MAY_THROW;
 
 /** Finds a key frame by its time.
  *
@@ -928,14 +947,16 @@ Q7_API int32_t Q7AddAnimEntityFrame(void* session, int32_t type, const Q7Char* n
  *      2.220446049250313e-16, or -1.
  *
  *  Cost: grows with the number of key frames. */
-Q7_API int32_t Q7FindAnimEntityFrame(void* session, int32_t type, const Q7Char* name, double time);
+Q7_API int32_t Q7FindAnimEntityFrame(void* session, int32_t type, const Q7Char* name,
+                                     double time) Q7_MAY_THROW;
 
 /** Removes a key frame; those behind it move down by one. Nothing happens when there is no such
  *  key frame. */
-Q7_API void Q7DeleteAnimEntityFrame(void* session, int32_t type, const Q7Char* name, int32_t frame);
+Q7_API void Q7DeleteAnimEntityFrame(void* session, int32_t type, const Q7Char* name,
+                                    int32_t frame) Q7_MAY_THROW;
 
 /** Removes all key frames. */
-Q7_API void Q7ClearAnimEntityFrames(void* session, int32_t type, const Q7Char* name);
+Q7_API void Q7ClearAnimEntityFrames(void* session, int32_t type, const Q7Char* name) Q7_MAY_THROW;
 
 /** Sets a property of a key frame to one point of a curve, replacing what it held.
  *
@@ -943,7 +964,8 @@ Q7_API void Q7ClearAnimEntityFrames(void* session, int32_t type, const Q7Char* n
  *
  *  Nothing happens when there is no such key frame. */
 Q7_API void Q7SetAnimProperty(void* session, int32_t type, const Q7Char* name,
-                              const Q7Char* property, int32_t frame, const Q7AnimProperty* value);
+                              const Q7Char* property, int32_t frame,
+                              const Q7AnimProperty* value) Q7_MAY_THROW;
 
 /** Sets a property of a key frame to several points of curves, replacing what it held. Messages leave
  *  a property without points out.
@@ -955,22 +977,23 @@ Q7_API void Q7SetAnimProperty(void* session, int32_t type, const Q7Char* name,
  *      count is negative. */
 Q7_API void Q7SetAnimArrayProperty(void* session, int32_t type, const Q7Char* name,
                                    const Q7Char* property, int32_t frame,
-                                   const Q7AnimProperty* values, int count);
+                                   const Q7AnimProperty* values, int count) Q7_MAY_THROW;
 
 /** Removes all properties of a key frame; the key frame and its time stay. Nothing happens when there
  *  is no such key frame. */
-Q7_API void Q7ResetAnimProperty(void* session, int32_t type, const Q7Char* name, int32_t frame);
+Q7_API void Q7ResetAnimProperty(void* session, int32_t type, const Q7Char* name,
+                                int32_t frame) Q7_MAY_THROW;
 
 /** Removes a property of a key frame. Nothing happens when there is no such key frame or property. */
 Q7_API void Q7DeleteAnimProperty(void* session, int32_t type, const Q7Char* name,
-                                 const Q7Char* property, int32_t frame);
+                                 const Q7Char* property, int32_t frame) Q7_MAY_THROW;
 
 /** Removes all properties of all key frames. */
-Q7_API void Q7ResetAllAnimProperty(void* session, int32_t type, const Q7Char* name);
+Q7_API void Q7ResetAllAnimProperty(void* session, int32_t type, const Q7Char* name) Q7_MAY_THROW;
 
 /** Removes a property of all key frames. */
 Q7_API void Q7DeleteAllAnimProperty(void* session, int32_t type, const Q7Char* name,
-                                    const Q7Char* property);
+                                    const Q7Char* property) Q7_MAY_THROW;
 
 /** @} */
 
