@@ -67,10 +67,10 @@ std::vector<Number> EntityProperty::elements() const {
         std::memcpy(numbers.data(), value.data(), numbers.size() * sizeof(Number));
     return numbers;
 }
-template std::vector<std::int32_t> EntityProperty::elements() const;
-template std::vector<float> EntityProperty::elements() const;
-template std::vector<double> EntityProperty::elements() const;
-template std::vector<char16_t> EntityProperty::elements() const;
+template std::vector<std::int32_t> EntityProperty::elements<std::int32_t>() const;
+template std::vector<float> EntityProperty::elements<float>() const;
+template std::vector<double> EntityProperty::elements<double>() const;
+template std::vector<char16_t> EntityProperty::elements<char16_t>() const;
 
 WideString EntityProperty::text() const {
     const std::vector<char16_t> units = elements<char16_t>();

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "link/link_state.h"
@@ -107,13 +107,11 @@ void SendStringAndWord(RenderSocket& link, WideView text, std::uint32_t word) {
         SendWord(link, word);
         return;
     }
-    char* end = piece.data();
-    for (const auto& [data, size] : {std::pair<const void*, std::size_t>(&count, sizeof count),
-                                     {text.data(), textBytes},
-                                     {&word, sizeof word}}) {
-        end = std::copy_n(static_cast<const char*>(data), size, end);
-    }
-    SendBytes(link, piece.data(), static_cast<std::size_t>(end - piece.data()));
+    char* const textPlace = piece.data() + sizeof count;
+    std::memcpy(piece.data(), &count, sizeof count);
+    std::memcpy(std::copy_n(reinterpret_cast<const char*>(text.data()), textBytes, textPlace),
+                &word, sizeof word);
+    SendBytes(link, piece.data(), sizeof count + textBytes + sizeof word);
 }
 
 bool ReceiveWord(RenderSocket& link, std::uint32_t& word) {

@@ -35,7 +35,7 @@ Json::Json(double number) : value_(nlohmann::json(number).dump()) {}
 
 Json Json::object() {
     Json json;
-    json.value_ = Object();
+    json.value_ = std::make_unique<Members>();
     return json;
 }
 
@@ -50,8 +50,8 @@ bool Json::isArray() const {
 }
 
 Json& Json::operator[](const std::string& key) {
-    if (!std::holds_alternative<Object>(value_)) value_ = Object();
-    return std::get<Object>(value_)[key];
+    if (!std::holds_alternative<Object>(value_)) value_ = std::make_unique<Members>();
+    return (*std::get<Object>(value_))[key];
 }
 
 void Json::push_back(Json value) {
@@ -69,7 +69,7 @@ std::string Json::dump() const {
 void Json::appendTo(std::string& text) const {
     if (const auto* const object = std::get_if<Object>(&value_)) {
         char before = '{';
-        for (const auto& [key, value] : *object) {
+        for (const auto& [key, value] : **object) {
             text += std::exchange(before, ',');
             appendText(text, key);
             text += ':';

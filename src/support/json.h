@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <string>
 #include <variant>
 #include <vector>
@@ -19,6 +20,7 @@ bool isPlainInJson(const Text& text) {
 
 // The JSON library writes the texts and the numbers, but what they are put together to is kept here: its
 // own objects and arrays take memory when they are destroyed, and where there is none the process ends.
+// Values are moved and never copied.
 class Json {
   public:
     // Null, which becomes an object or an array when something is put into it.
@@ -45,7 +47,9 @@ class Json {
     std::string dump() const;
 
   private:
-    using Object = std::map<std::string, Json>;
+    // By a pointer: of a map alone a move may throw under MSVC, and a growing vector then copies.
+    using Members = std::map<std::string, Json>;
+    using Object = std::unique_ptr<Members>;
     using Array = std::vector<Json>;
 
     void appendTo(std::string& text) const;

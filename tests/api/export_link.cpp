@@ -28,6 +28,24 @@ FakeRenderer::Script accepting(std::uint32_t word, const FakeRenderer::Script& r
     };
 }
 
+template <class Exception, class Function>
+void expectThrow(Function function, void* session, const char* text) {
+    try {
+        function(session);
+        ADD_FAILURE() << "no exception " << text;
+    } catch (const Exception& exception) {
+        EXPECT_STREQ(exception.what(), text);
+    }
+}
+
+template <class Exception>
+void expectRawExportsThrow(void* session, const char* text) {
+    for (const auto connect : {Connect, Q7RawSyncConnect})
+        expectThrow<Exception>(connect, session, text);
+    for (const auto send : {SendModel, Q7SendRaw})
+        expectThrow<Exception>(send, session, text);
+}
+
 class Linked : public testing::Test {
   protected:
     Linked() {
@@ -320,16 +338,29 @@ TEST_F(Linked, ARendererThatGoesAwayAtAnyAcknowledgementDoesNoHarm) {
 }
 
 TEST(Connect, AVersionThatIsNoneThrowsThroughTheExports) {
-    const Installation installation("beta");
     const Host host;
     host.addNode(Q7T("node"), {Q7T("m")});
-    for (const auto connect : {Connect, Q7RawSyncConnect}) {
-        EXPECT_THROW(connect(host.session), std::invalid_argument);
+    for (const char* const version : {"beta", "v2.4", "2.", ".4"}) {
+        const Installation installation(version);
+        expectRawExportsThrow<std::invalid_argument>(host.session, "invalid stoi argument");
     }
-    for (const auto send : {SendModel, Q7SendRaw}) {
-        EXPECT_THROW(send(host.session), std::invalid_argument);
-    }
+    const Installation installation("2.4000000000");
+    expectRawExportsThrow<std::out_of_range>(host.session, "stoi argument out of range");
     EXPECT_EQ(HasConnected(host.session), 0);
+    EXPECT_EQ(Q7InstanceCount(host.session), 1U);
+}
+
+TEST(Connect, OnlyRawExportsReadTheVersion) {
+    const Installation installation("v2.4");
+    const Host host;
+    host.addNode(Q7T("node"), {Q7T("m")});
+    testing::internal::CaptureStdout();
+    for (const auto connect : {Q7ProcessedSyncConnect, Q7GroupSyncConnect}) {
+        EXPECT_EQ(connect(host.session), ConnectRet_Accepted);
+    }
+    EXPECT_NO_THROW(Q7SendProcessed(host.session));
+    DisConnect(host.session);
+    testing::internal::GetCapturedStdout();
 }
 
 TEST(ConnectRet, HasItsNumbers) {

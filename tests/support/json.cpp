@@ -4,6 +4,10 @@
 
 #include <limits>
 #include <nlohmann/json.hpp>
+#include <type_traits>
+
+// A vector that grows copies what can be copied and may throw when it is moved, as maps of MSVC may.
+static_assert(!std::is_copy_constructible_v<Json> && std::is_nothrow_move_constructible_v<Json>);
 
 TEST(Json, IsNullAtFirst) {
     EXPECT_EQ(Json().dump(), "null");
