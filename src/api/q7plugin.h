@@ -21,8 +21,9 @@
  *   single functions name; "Nothing happens when" tells the cases.
  * - Exceptions: nothing is caught at this boundary. std::bad_alloc, and the std::length_error,
  *   std::out_of_range and std::invalid_argument that single functions name, reach the caller. On
- *   Windows they can be caught by type only when host and library are built with the same compiler
- *   family.
+ *   Windows a host can rely on catching them only when host and library are built with the same
+ *   compiler family: not even catch (...) of MSVC catches an exception of a MinGW build. The library
+ *   must stay loaded until the exception is destroyed.
  * - Threads' settings: locale, floating-point settings (exceptions that stop, rounding, tiny numbers as
  *   zero) and signals stay as the host has them and change no byte of what is written; a pipe whose
  *   reader has gone does not end the process. errno and the last error of Windows mean nothing to the
@@ -265,8 +266,10 @@ Q7_API ConnectRet Connect(void* session) Q7_MAY_THROW;
  *
  *  @return a ConnectRet. A renderer that cannot be reached counts as connected: the send that
  *      follows goes nowhere, and the port is read anew for the next attempt.
- *  @throws std::invalid_argument "invalid stoi argument" or std::out_of_range "stoi argument out of
- *      range" when the installed version is no version.
+ *  @throws std::invalid_argument "invalid stoi argument" when one of the first two parts of the
+ *      installed version does not begin with a number, as in "v2.4" or "2.", or std::out_of_range
+ *      "stoi argument out of range" when its number does not fit into 32 bits. No installed version
+ *      throws nothing.
  *
  *  Blocks until the renderer answers. A connection that is still open is closed first. */
 Q7_API ConnectRet Q7RawSyncConnect(void* session) Q7_MAY_THROW;
@@ -701,6 +704,9 @@ Q7_API uint32_t Q7GetLogDir(Q7Char* buffer, uint32_t size) Q7_MAY_THROW;
 
 /** Tells the size of the renderer's viewport, as its window is on the screen now. Needs no session; one
  *  thread at a time.
+ *
+ *  Pixels are those of the calling thread's DPI awareness: on a screen at 200 % a thread that is not
+ *  aware gets half of the numbers that a thread aware of each monitor gets.
  *
  *  @return the width in pixels in the upper 16 bits and the height in the lower 16 bits (a height
  *      above 65535 spills into the width); 0 when there is no such window, in the first call after

@@ -5,6 +5,7 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <type_traits>
+#include <utility>
 
 // A vector that grows copies what can be copied and may throw when it is moved, as maps of MSVC may.
 static_assert(!std::is_copy_constructible_v<Json> && std::is_nothrow_move_constructible_v<Json>);
@@ -62,7 +63,6 @@ TEST(Json, ArraysKeepTheOrder) {
     EXPECT_TRUE(array.isArray());
     EXPECT_EQ(array.dump(), "[2,{},[],1]");
     Json object;
-    object["a"] = array;
-    array.push_back(Json());
+    object["a"] = std::move(array);
     EXPECT_EQ(object.dump(), R"({"a":[2,{},[],1]})");
 }
