@@ -83,7 +83,8 @@ typedef char16_t Q7Char;
 
 /** The exports whose names encode their argument types have the names that MSVC gives them, with
  * every Windows compiler. GCC hands the name to the assembler, which needs quotes around these
- * characters; clang would make the quotes a part of the name. */
+ * characters, and cannot take the address of such a function (GetProcAddress gives that); clang would
+ * make the quotes a part of the name. */
 #if defined(__MINGW32__) && defined(__clang__)
 #define Q7_SYMBOL(name) __asm__(name)
 #elif defined(__MINGW32__)
