@@ -7,6 +7,9 @@
 #include <memory>
 #include <type_traits>
 
+// Or a growing list of key frames would copy them; MSVC's maps and lists may throw when they are moved.
+static_assert(std::is_nothrow_move_constructible_v<Q7AnimationKeyFrame>);
+
 namespace {
 
 std::string jsonOf(const IJsonable& thing) {
