@@ -1,9 +1,11 @@
 #include "archive/zip_folder.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 #include <new>
 #include <string>
+#include <vector>
 
 #include "archive/zip_library.h"
 #include "platform/files.h"
@@ -28,22 +30,14 @@ class Writer {
         constexpr std::uint8_t append = 0;
         return library_.open(writer_, path.c_str(), noSplitting, append) == MZ_OK;
     }
-    // The zip library could walk the folder itself, but copies paths into buffers of fixed sizes on the
-    // way: 1024 bytes for a path, on Windows 320 for a folder and 256 for a name.
-    bool addFolder(const WideString& folder) {
-        return platform::walkFolder(folder, [this](const platform::FolderEntry& entry) {
-            return add(entry.path, entry.name);
-        });
+    bool add(const platform::FolderEntry& entry) {
+        // A zip file counts the bytes of a name in 16 bits.
+        return entry.name.size() < std::numeric_limits<std::uint16_t>::max() &&
+               library_.addFile(writer_, entry.path.c_str(), entry.name.c_str()) == MZ_OK;
     }
     bool close() { return library_.close(writer_) == MZ_OK; }
 
   private:
-    bool add(const std::string& path, const std::string& name) {
-        // A zip file counts the bytes of a name in 16 bits.
-        return name.size() < std::numeric_limits<std::uint16_t>::max() &&
-               library_.addFile(writer_, path.c_str(), name.c_str()) == MZ_OK;
-    }
-
     const ZipLibrary& library_;
     void* writer_;
 };
@@ -51,8 +45,20 @@ class Writer {
 }  // namespace
 
 bool zipFolder(const WideString& folder, const WideString& zipPath) {
+    // The zip library could walk the folder itself, but copies paths into buffers of fixed sizes on the
+    // way: 1024 bytes for a path, on Windows 320 for a folder and 256 for a name. A folder that cannot be
+    // read leaves an older archive alone.
+    std::vector<platform::FolderEntry> entries;
+    const auto keep = [&entries](const platform::FolderEntry& entry) {
+        entries.push_back(entry);
+        return true;
+    };
+    if (!platform::walkFolder(folder, keep)) return false;
     const ZipLibrary library;
     if (!library.isComplete()) return false;
     Writer writer(library);
-    return writer.open(platform::pathInUtf8(zipPath)) && writer.addFolder(folder) && writer.close();
+    return writer.open(platform::pathInUtf8(zipPath)) &&
+           std::all_of(entries.begin(), entries.end(),
+                       [&writer](const auto& entry) { return writer.add(entry); }) &&
+           writer.close();
 }

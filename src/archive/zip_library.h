@@ -31,8 +31,8 @@ struct ZipLibrary {
     const platform::PrivateLibrary file;
 #define Q7_ZIP_FUNCTION(name) file.find<decltype(name)>(#name)
 #else
-    static bool isComplete() {
-        return true;
+    bool isComplete() const {
+        return create != nullptr;
     }
 #define Q7_ZIP_FUNCTION(name) name
 #endif

@@ -171,8 +171,12 @@ TEST_F(ZipFolder, aTargetThatCannotBeWrittenIsAFailure) {
     EXPECT_FALSE(zipFolder(wide(folder), {}));
 }
 
-TEST_F(ZipFolder, aMissingFolderIsAFailure) {
+TEST_F(ZipFolder, aMissingFolderIsAFailureAndLeavesAnOlderFileAlone) {
     EXPECT_FALSE(zipFolder(wide(temporary / "missing"), wide(target)));
+    EXPECT_FALSE(fs::exists(target));
+    writeFile(target, "older");
+    EXPECT_FALSE(zipFolder(wide(temporary / "missing"), wide(target)));
+    EXPECT_EQ(readFile(target), "older");
 }
 
 // Around the sizes of the zip library's own buffers: 320 and 1024 bytes, and on Windows 260 characters.
