@@ -73,13 +73,6 @@ function(q7_program name)
     BUILD_RPATH_USE_ORIGIN ON)
 endfunction()
 
-# q7_reads_command_line(SOURCE): a source that includes CLI11, which is slow to compile and runs once.
-function(q7_reads_command_line source)
-  if(NOT MSVC)
-    set_source_files_properties(${source} PROPERTIES COMPILE_OPTIONS $<$<CONFIG:Release>:-O1>)
-  endif()
-endfunction()
-
 # q7_tests(TARGET): what the tests of one executable have in common.
 function(q7_tests name)
   target_link_libraries(${name} PRIVATE q7_json GTest::gtest_main)
