@@ -8,10 +8,10 @@ if(NOT DEFINED Q7_MINIZIP_URL)
   set(Q7_MINIZIP_URL https://github.com/zlib-ng/minizip-ng/archive/refs/tags/4.0.10.tar.gz)
 endif()
 
-# q7_minizip_tarball(TARBALL REASON FOLDER): sets TARBALL to the release, from the folder that Q7_DOWNLOADS
-# names (the environment comes before the cache entry), from FOLDER, or by a download into FOLDER. Leaves
-# TARBALL empty, with the reason, when none of these has it. A file of that name that is not the
-# release ends CMake: somebody has changed it, or the copy was cut short.
+# q7_minizip_tarball(TARBALL REASON FOLDER): sets TARBALL to the release in FOLDER, where it comes from the
+# folder that Q7_DOWNLOADS names (the environment comes before the cache entry; a relative path begins at
+# the checkout) or by a download. Leaves TARBALL empty, with the reason, when neither has it. A file of that
+# name that is not the release ends CMake: somebody has changed it, or the copy was cut short.
 function(q7_minizip_tarball tarball reason folder)
   set(${tarball} "" PARENT_SCOPE)
   set(given ${Q7_DOWNLOADS})
@@ -32,7 +32,11 @@ function(q7_minizip_tarball tarball reason folder)
         message(FATAL_ERROR "${file}: not the release that is wanted: its SHA-256 is ${hash}, "
           "expected ${Q7_MINIZIP_HASH}")
       endif()
-      set(${tarball} ${file} PARENT_SCOPE)
+      # Later runs need not be given the folder again.
+      if(NOT place STREQUAL folder)
+        file(COPY ${file} DESTINATION ${folder})
+      endif()
+      set(${tarball} ${folder}/${Q7_MINIZIP_NAME}.tar.gz PARENT_SCOPE)
       return()
     endif()
   endforeach()

@@ -53,6 +53,7 @@ case "${1-}" in
 *) fail "unknown option $1 (use --linux, --demo, --windows, --host, --bench or --fuzz, or none for both systems)" ;;
 esac
 
+[[ -z ${Q7_DOWNLOADS-} || -d $Q7_DOWNLOADS ]] || fail "Q7_DOWNLOADS: $Q7_DOWNLOADS is not a folder"
 command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
     fail "this system has no apt-get; install these by its own means: ${wanted[*]}"
 

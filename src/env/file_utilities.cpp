@@ -1,5 +1,6 @@
 #include "env/file_utilities.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -24,9 +25,18 @@ std::size_t firstFolderIn(WideView path) {
         WideView text;
         int names;
     };
-    for (const auto& [text, names] :
-         {Beginning{u"\\\\?\\UNC\\", 2}, {u"\\\\?\\", 1}, {u"\\\\.\\", 1}, {u"\\\\", 2}}) {
-        if (!path.starts_with(text)) continue;
+    // The case of "UNC" does not matter.
+    const auto isSame = [](char16_t unit, char16_t given) {
+        return unit == given || (given >= u'a' && given <= u'z' && unit == given - u'a' + u'A');
+    };
+    for (const auto& [text, names] : {Beginning{u"\\\\?\\UNC\\", 2},
+                                      {u"\\\\.\\UNC\\", 2},
+                                      {u"\\\\?\\", 1},
+                                      {u"\\\\.\\", 1},
+                                      {u"\\\\", 2}}) {
+        const WideView beginning = path.substr(0, text.size());
+        if (!std::equal(text.begin(), text.end(), beginning.begin(), beginning.end(), isSame))
+            continue;
         std::size_t end = text.size() - 1;
         for (int i = 0; i < names && end != WideView::npos; ++i)
             end = path.find(u'\\', end + 1);
@@ -72,7 +82,7 @@ bool copyStream(std::FILE* from, std::FILE* to) {
 
 bool copyFile(const WideString& source, const WideString& target) {
     const platform::File from = platform::openBinaryForReading(source);
-    const platform::File to = platform::openBinaryForWriting(target);
+    const platform::File to = platform::openSharedForWriting(target);
     return copyStream(from.get(), to.get());
 }
 

@@ -15,13 +15,16 @@ struct FileCloser {
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;
 
-// Opens for reading; null when that fails. The text form turns the platform's line ends into "\n".
+// Opens for reading; null when that fails; std::bad_alloc when memory runs out. The text form turns the
+// platform's line ends into "\n".
 File openBinaryForReading(const WideString& path);
 File openTextForReading(const WideString& path);
 
-// Opens for writing and empties what was there; null when that fails. The text form turns "\n" into
-// the platform's line end.
+// Opens for writing and empties what was there; null when that fails, and then the file is as it was;
+// std::bad_alloc when memory runs out. The text form turns "\n" into the platform's line end.
 File openBinaryForWriting(const WideString& path);
+// The same, though other programs have the file open; only Windows makes the difference.
+File openSharedForWriting(const WideString& path);
 File openTextForWriting(const WideString& path);
 
 // Whether a file can be read; a folder cannot.

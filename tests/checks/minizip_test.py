@@ -78,9 +78,12 @@ class MinizipTest(unittest.TestCase):
         self.file("given")
         for folder in (str(self.top / "given"), "given"):
             self.environment["Q7_DOWNLOADS"] = folder
+            self.kept.unlink(missing_ok=True)
             done = self.fetch()
             self.assertEqual(done.returncode, 0, done.stderr)
-        self.assertFalse(self.kept.exists())
+            self.assertEqual(self.kept.read_bytes(), CONTENT)
+        del self.environment["Q7_DOWNLOADS"]
+        self.assertEqual(self.fetch().returncode, 0)
 
     def test_folder_without_the_file_leaves_the_download(self):
         self.file("server")

@@ -149,6 +149,14 @@ class SetupTest(ScriptTest):
         result = self.run_script("setup.sh")
         self.assertEqual(result.stdout, "setup: nothing to install\n", result.stderr)
 
+    def test_downloads_that_are_not_a_folder_are_refused_before_anything_is_installed(self):
+        self.installed("git")
+        self.environment["Q7_DOWNLOADS"] = str(self.top / "missing")
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f"setup: Q7_DOWNLOADS: {self.top / 'missing'} is not a folder", result.stderr)
+        self.assertEqual([call for call in self.calls() if "apt" in call], [])
+
     def test_package_of_minizip_needs_the_bridge_under_wine_only(self):
         names = ("both", "linux", "windows")
         self.installed(*(p for name in names for p in packages_of(name)))

@@ -64,6 +64,8 @@ TEST(CreateDirectories, TakesASlashAsASeparator) {
 TEST(FirstFolderIn, IsBehindWhatCannotBeMade) {
     const std::pair<WideView, WideView> rows[] = {{u"\\\\server\\share\\", u"a\\b\\"},
                                                   {u"\\\\?\\UNC\\server\\share\\", u"a\\"},
+                                                  {u"\\\\?\\unc\\server\\share\\", u"a\\"},
+                                                  {u"\\\\.\\Unc\\server\\share\\", u"a\\"},
                                                   {u"\\\\?\\C:\\", u"a\\b\\"},
                                                   {u"\\\\.\\C:\\", u"a\\"},
                                                   {u"\\\\server\\share", u""},
@@ -197,6 +199,23 @@ TEST(CopyFile, CopiesAllBytesAndReplacesTheTarget) {
     std::ofstream(folder / "empty");
     EXPECT_TRUE(copyFile(wide(folder / "empty"), wide(folder / "target")));
     EXPECT_EQ(readFile(folder / "target"), "");
+}
+
+TEST(CopyFile, ReplacesATargetThatAnotherProgramReads) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "source") << "new";
+    std::ofstream(folder / "target") << "older";
+    const std::ifstream reader(folder / "target");
+    ASSERT_TRUE(reader.is_open());
+    EXPECT_TRUE(copyFile(wide(folder / "source"), wide(folder / "target")));
+    EXPECT_EQ(readFile(folder / "target"), "new");
+}
+
+TEST(CopyFile, EmptiesAFileThatIsItsOwnTarget) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "file") << "x";
+    EXPECT_TRUE(copyFile(wide(folder / "file"), wide(folder / "file")));
+    EXPECT_EQ(readFile(folder / "file"), "");
 }
 
 TEST(CopyFile, LeavesAnEmptyTargetOfASourceThatCannotBeOpened) {

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <fstream>
+#include <utility>
+#include <vector>
+
 #include "tests/platform/inheritance.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
@@ -62,8 +67,9 @@ TEST(Files, AreNotInherited) {
     const TemporaryFolder folder;
     const WideString path = wide(folder / "file");
     for (platform::File (*const open)(const WideString&) :
-         {platform::openBinaryForWriting, platform::openTextForWriting,
-          platform::openBinaryForReading, platform::openTextForReading}) {
+         {platform::openBinaryForWriting, platform::openSharedForWriting,
+          platform::openTextForWriting, platform::openBinaryForReading,
+          platform::openTextForReading}) {
         const platform::File file = open(path);
         ASSERT_NE(file, nullptr);
         EXPECT_FALSE(isInherited(file.get()));
@@ -90,3 +96,19 @@ TEST(OpenForWriting, IsNullWhereNoFileCanBe) {
         EXPECT_EQ(platform::openTextForWriting(path), nullptr);
     }
 }
+
+#if defined(_WIN32)
+
+TEST(Files, AreNotEmptiedWhereTheProcessHasNoStreamLeft) {
+    const TemporaryFolder folder;
+    std::ofstream(folder / "file") << "older";
+    std::vector<platform::File> streams;
+    while (platform::File stream{_wfopen(L"NUL", L"r")})
+        streams.push_back(std::move(stream));
+    EXPECT_EQ(platform::openBinaryForWriting(wide(folder / "file")), nullptr);
+    EXPECT_EQ(platform::openTextForWriting(wide(folder / "file")), nullptr);
+    streams.clear();
+    EXPECT_EQ(readFile(folder / "file"), "older");
+}
+
+#endif

@@ -6,7 +6,7 @@
 namespace platform {
 namespace {
 
-// A lack of memory is no file that is missing: what a caller does then would be wrong.
+// A caller must not take a lack of memory for a missing file.
 File open(const WideString& path, const char* mode) {
     File file(std::fopen(wideToUtf8(path).c_str(), mode));
     if (!file && errno == ENOMEM) throw std::bad_alloc();
@@ -25,6 +25,10 @@ File openTextForReading(const WideString& path) {
 
 File openBinaryForWriting(const WideString& path) {
     return open(path, "wbe");
+}
+
+File openSharedForWriting(const WideString& path) {
+    return openBinaryForWriting(path);
 }
 
 File openTextForWriting(const WideString& path) {

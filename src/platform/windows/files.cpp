@@ -6,6 +6,8 @@
 #include <sys/stat.h>
 #include <windows.h>
 
+#include <cerrno>
+#include <new>
 #include <string>
 
 #include "platform/windows/extended_length_path.h"
@@ -23,16 +25,25 @@ std::wstring fullPath(const std::wstring& path) {
     return full.empty() ? path : full;
 }
 
-constexpr int emptied = _O_WRONLY | _O_CREAT | _O_TRUNC;
-
 // By a descriptor first: not every C runtime is known to take the "N" in a mode that does the same.
 File open(const WideString& path, int flags, int sharing, const wchar_t* mode) {
     int descriptor = -1;
-    _wsopen_s(&descriptor, nativePath(path).c_str(), flags | _O_NOINHERIT, sharing,
-              _S_IREAD | _S_IWRITE);
-    if (descriptor < 0) return nullptr;
+    const int error = _wsopen_s(&descriptor, nativePath(path).c_str(), flags | _O_NOINHERIT,
+                                sharing, _S_IREAD | _S_IWRITE);
+    if (error == ENOMEM) throw std::bad_alloc();
+    if (error != 0) return nullptr;
     File file(_wfdopen(descriptor, mode));
-    if (!file) _close(descriptor);
+    if (file) return file;
+    const bool lacksMemory = errno == ENOMEM;
+    _close(descriptor);
+    if (lacksMemory) throw std::bad_alloc();
+    return nullptr;
+}
+
+// Only a file that can be written is emptied: a process may have no stream left for it.
+File openEmpty(const WideString& path, int form, int sharing, const wchar_t* mode) {
+    File file = open(path, _O_WRONLY | _O_CREAT | form, sharing, mode);
+    if (file && _chsize(_fileno(file.get()), 0) != 0) file.reset();
     return file;
 }
 
@@ -68,11 +79,15 @@ File openTextForReading(const WideString& path) {
 }
 
 File openBinaryForWriting(const WideString& path) {
-    return open(path, emptied | _O_BINARY, _SH_DENYRW, L"wb");
+    return openEmpty(path, _O_BINARY, _SH_DENYRW, L"wb");
+}
+
+File openSharedForWriting(const WideString& path) {
+    return openEmpty(path, _O_BINARY, _SH_DENYNO, L"wb");
 }
 
 File openTextForWriting(const WideString& path) {
-    return open(path, emptied | _O_TEXT, _SH_DENYNO, L"w");
+    return openEmpty(path, _O_TEXT, _SH_DENYNO, L"w");
 }
 
 }  // namespace platform

@@ -30,7 +30,7 @@ MODEL = SHARED / "84FB12B2EBCB82AB1DEDE669D1309DB6"
 
 
 def is_native() -> bool:
-    return len(COMMAND) == 1
+    return len(COMMAND) == 1 and os.name == "posix"
 
 
 def only_native(reason: str):
