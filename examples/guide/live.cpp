@@ -1,4 +1,4 @@
-// The live link: start it, connect, send, disconnect, and look whether the scene can have arrived.
+// The live link: start it, connect, send, disconnect, and find out whether the scene arrived.
 //
 //   live PLUGIN_FILE
 #include <array>
@@ -6,6 +6,8 @@
 #include <exception>
 #include <filesystem>
 #include <memory>
+#include <random>
+#include <string>
 
 #include "q7plugin.h"
 
@@ -17,7 +19,11 @@
 
 namespace {
 
+using HostText = std::basic_string<Q7Char>;
+
 constexpr std::uint32_t statusLinked = 4;
+constexpr std::uint32_t metadata = 3;
+constexpr std::uint32_t noMessageMayGo = 0xFFFFFFFF;
 
 void addTriangle(void* session) {
     const std::array<float, 16> place = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
@@ -46,17 +52,43 @@ const char* meaningOf(std::uint32_t result) {
     }
 }
 
-bool send(void* session) {
-    // Everything but 0 is a refusal; a renderer that went away counts as connected.
+// While the connection for a model is open no message may go. One that broke is open no more.
+bool holdsConnection(void* session) {
+    return Q7GetMetaData(session, nullptr, 0) == noMessageMayGo &&
+           GetQ7RenderStatus(nullptr) == statusLinked;
+}
+
+// Whether the renderer gives back metadata that holds a text which no earlier message had. The rest of
+// the metadata goes with it each time, so nothing of it is lost.
+bool givesMetadataBack(void* session) {
+    std::random_device random;
+    const std::string number = std::to_string(random()) + '-' + std::to_string(random());
+    const HostText token(number.begin(), number.end());
+    Q7SetEntityStringProperty(session, metadata, nullptr, Q7_TEXT("$q7SendToken"), token.c_str());
+    Q7SendMetaData(session);
+    // A longer answer is not stored, and counts as none.
+    HostText answer(65536, Q7Char{});
+    Q7GetMetaData(session, answer.data(), static_cast<std::uint32_t>(answer.size()));
+    return answer.find(token) != HostText::npos;
+}
+
+enum class Arrival { Lost, Unknown, Confirmed };
+
+Arrival send(void* session) {
+    // One that does not do so before the send cannot be asked after it.
+    const bool canBeAsked = givesMetadataBack(session);
+    // Everything but 0 is a refusal; a renderer that cannot be reached counts as connected.
     const int result = Q7RawSyncConnect(session);
     if (result != ConnectRet_Accepted) {
         std::fprintf(stderr, "live: the renderer refused the model (%d)\n", result);
-        return false;
+        return Arrival::Lost;
     }
     Q7SendRaw(session);
+    const bool held = holdsConnection(session);
     DisConnect(session);
-    // The only sign of a renderer that went away meanwhile.
-    return GetQ7RenderStatus(nullptr) == statusLinked;
+    if (!held) return Arrival::Lost;
+    if (!canBeAsked) return Arrival::Unknown;
+    return givesMetadataBack(session) ? Arrival::Confirmed : Arrival::Lost;
 }
 
 }  // namespace
@@ -75,9 +107,18 @@ int main(int argc, char** argv) try {
         std::fprintf(stderr, "live: %s (%u)\n", meaningOf(result), result);
         return 1;
     }
-    const bool arrived = send(session.get());
-    std::printf("live: %s\n", arrived ? "sent" : "the renderer is not linked any more");
-    return arrived ? 0 : 1;
+    switch (send(session.get())) {
+        case Arrival::Confirmed:
+            std::printf("live: sent\n");
+            return 0;
+        case Arrival::Unknown:
+            std::printf("live: sent, but this renderer cannot be asked whether it arrived\n");
+            return 0;
+        case Arrival::Lost:
+            break;
+    }
+    std::fprintf(stderr, "live: the scene did not arrive, or in part\n");
+    return 1;
 } catch (const std::exception& error) {
     // A version that is no version, or no memory: nothing is caught by the library.
     std::fprintf(stderr, "live: %s\n", error.what());
