@@ -27,6 +27,7 @@ from .errors import (
     LibraryNotFoundError,
     LinkError,
     Q7Error,
+    SendError,
     SessionClosedError,
     VersionError,
 )
@@ -61,6 +62,7 @@ __all__ = [
     "Node",
     "Q7Error",
     "RenderStatus",
+    "SendError",
     "Session",
     "SessionClosedError",
     "VersionError",

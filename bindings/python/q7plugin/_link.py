@@ -3,33 +3,95 @@ from __future__ import annotations
 from types import TracebackType
 from typing import Callable, Optional, Type
 
-from ._base import SessionBase
+from ._messages import NO_MESSAGE, MessageMethods
 from ._text import encode
-from .enums import ConnectRet
-from .errors import ConnectError
-from .renderer import check_version
+from .enums import ConnectRet, RenderStatus
+from .errors import ConnectError, SendError
+from .renderer import check_version, get_render_status
 
 
 class Connection:
     """An open connection for models, which the end of its `with` block closes.
 
     Session.connect_raw, connect_processed and connect_group make it.
+
+    verified: True when the connection was opened with verify=True, was closed, and the renderer gave
+        metadata back after the models that were sent. False otherwise, for one thing when it is a
+        renderer that gives none back, of which it cannot be known whether they arrived.
     """
 
-    __slots__ = ("session", "_send")
+    __slots__ = ("session", "verified", "_send", "_verify", "_can_be_asked", "_unverified")
 
-    def __init__(self, session: "LinkMethods", send: Callable[[], None]) -> None:
+    def __init__(
+        self,
+        session: "LinkMethods",
+        send: Callable[[], None],
+        verify: bool = False,
+        can_be_asked: bool = False,
+    ) -> None:
         self.session = session
+        self.verified = False
         self._send = send
+        self._verify = verify
+        self._can_be_asked = can_be_asked
+        self._unverified = False  # whether something went since the renderer was last asked
 
     def send(self) -> None:
-        """Sends the session's model in the form that the connection is for; may be repeated."""
+        """Sends the session's model in the form that the connection is for; may be repeated.
+
+        With verify=True it raises SendError when the renderer is not linked any more, could not be
+        reached, or the connection broke. One that breaks at the last three acknowledgements of a model,
+        when nothing is left to be sent, does not show.
+        """
         self._send()
+        if not self._verify:
+            return
+        self._unverified = True
+        self._expect_linked()
+        if not self.holds():
+            raise SendError(
+                "the renderer could not be reached, or the connection broke: the model did not arrive, "
+                "or in part"
+            )
+
+    def holds(self) -> bool:
+        """Whether the connection is open, as far as what was sent on it has shown.
+
+        False when the renderer could not be reached, and when it ended or the connection broke before
+        the last of what was sent. Sends nothing while the connection is open; of one that broke, it asks
+        for metadata, and waits for the answer without a limit.
+        """
+        # No message may go while a connection is open, and no message goes without a renderer.
+        answer = self.session._raw.Q7GetMetaData(self.session._session, None, 0)
+        return answer == NO_MESSAGE and get_render_status() != RenderStatus.NOT_AVAILABLE
 
     def close(self) -> None:
-        """Closes the connection. Nothing happens when it is closed."""
+        """Closes the connection. Nothing happens when it is closed.
+
+        With verify=True, and after a send, it then asks the renderer for metadata, and raises SendError
+        when they do not come back though they did before the connection, or when the renderer is not
+        linked any more.
+        """
+        self._disconnect()
+        if self.session.closed or not self._unverified:
+            return
+        self._unverified = False
+        self._expect_linked()
+        if not self._can_be_asked:
+            return
+        if not self.session.gives_meta_data_back():
+            raise SendError("the renderer does not answer any more: what was sent is lost")
+        self.verified = True
+
+    def _disconnect(self) -> None:
         if not self.session.closed:
             self.session.disconnect()
+
+    @staticmethod
+    def _expect_linked() -> None:
+        status = get_render_status()
+        if status != RenderStatus.LINKED:
+            raise SendError(f"the renderer is not linked any more (status {int(status)})")
 
     def __enter__(self) -> "Connection":
         return self
@@ -40,10 +102,14 @@ class Connection:
         error: Optional[BaseException],
         trace: Optional[TracebackType],
     ) -> None:
-        self.close()
+        if kind is None:
+            self.close()
+        else:
+            # What went wrong already is told; nobody waits for the renderer on its account.
+            self._disconnect()
 
 
-class LinkMethods(SessionBase):
+class LinkMethods(MessageMethods):
     """The connection for models. There is one for the process, shared by all sessions.
 
     A renderer that cannot be reached counts as connected: the send that follows goes nowhere. What
@@ -53,11 +119,17 @@ class LinkMethods(SessionBase):
 
     __slots__ = ()
 
-    def connect_raw(self) -> Connection:
+    def connect_raw(self, verify: bool = False) -> Connection:
         """Opens the connection for send_raw.
 
-            with session.connect_raw() as connection:
+            with session.connect_raw(verify=True) as connection:
                 connection.send()
+
+        verify: also find out whether what is sent arrives, since neither a renderer that cannot be
+            reached nor one that dies, nor a connection that breaks, shows by itself: Connection.send and
+            the end of the `with` block then raise SendError. The session's metadata are sent and asked
+            for, before the connection and after it (gives_meta_data_back): so set_model_file_path comes
+            before. Connection.verified tells whether the renderer could be asked.
 
         It goes to the port that the library read last: start_link_render reads it, and each connect or
         send that fails. A connection that is still open is closed first. Blocks until the renderer
@@ -66,37 +138,48 @@ class LinkMethods(SessionBase):
         VersionError when the installed version is no version.
         """
         check_version()
-        self._require(self._raw.Q7RawSyncConnect(self._session))
-        return Connection(self, self.send_raw)
+        return self._connect(lambda: self._raw.Q7RawSyncConnect(self._session), self.send_raw, verify)
 
-    def connect_processed(self) -> Connection:
+    def connect_processed(self, verify: bool = False) -> Connection:
         """Opens the connection for send_processed; otherwise as connect_raw.
 
         For a path of set_relevant_model_file_path it also names the main model, the path last given to
         set_model_file_path.
         """
-        self._require(self._raw.Q7ProcessedSyncConnect(self._session))
-        return Connection(self, self.send_processed)
+        return self._connect(
+            lambda: self._raw.Q7ProcessedSyncConnect(self._session), self.send_processed, verify
+        )
 
-    def connect_group(self) -> Connection:
+    def connect_group(self, verify: bool = False) -> Connection:
         """Opens the connection for a group of models, which send_processed sends.
 
         Otherwise as connect_raw.
         """
-        self._require(self._raw.Q7GroupSyncConnect(self._session))
-        return Connection(self, self.send_processed)
+        return self._connect(
+            lambda: self._raw.Q7GroupSyncConnect(self._session), self.send_processed, verify
+        )
 
-    @staticmethod
-    def _require(result: int) -> None:
+    def _connect(
+        self, connect: Callable[[], int], send: Callable[[], None], verify: bool
+    ) -> Connection:
+        # A connection that is still open would stop the question.
+        if verify:
+            self.disconnect()
+        can_be_asked = verify and self.gives_meta_data_back()
+        result = connect()
         if result != ConnectRet.ACCEPTED:
             raise ConnectError(ConnectRet(result))
+        return Connection(self, send, verify, can_be_asked)
 
     def disconnect(self) -> None:
         """Closes the connection that a connect method opened. Nothing happens without one."""
         self._raw.DisConnect(self._session)
 
     def has_connected(self) -> bool:
-        """Whether a connect method succeeded since the last disconnect, without probing the connection."""
+        """Whether a connect method succeeded since the last disconnect, without probing the connection.
+
+        It stays so when the connection breaks: Connection.holds tells that.
+        """
         return bool(self._raw.HasConnected(self._session))
 
     def get_send_model_type(self, name: Optional[str]) -> int:

@@ -1,16 +1,20 @@
 from __future__ import annotations
 
 import ctypes
+import secrets
 from typing import Optional
 
 from ._arrays import Buffer, byte_values
 from ._base import SessionBase
 from ._numbers import Real, real
 from ._text import UNIT, decode, encode
+from .enums import EntityType
 
 CAMERA_SIZE = 36
-_NO_MESSAGE = 0xFFFFFFFF
+NO_MESSAGE = 0xFFFFFFFF
 _FIRST_ROOM = 4096
+# "$" sorts it before other names: an answer that does not arrive whole has it all the same.
+_TOKEN_NAME = "$q7SendToken"
 
 
 class MessageMethods(SessionBase):
@@ -56,11 +60,31 @@ class MessageMethods(SessionBase):
         while True:
             buffer = (ctypes.c_uint16 * room)()
             needed: int = self._raw.Q7GetMetaData(self._session, buffer, room)
-            if needed == _NO_MESSAGE:
+            if needed == NO_MESSAGE:
                 return None
             if needed <= room:
                 return decode(bytes(buffer)[: (needed - 1) * UNIT])
             room = needed
+
+    def gives_meta_data_back(self) -> bool:
+        """Whether the renderer takes the session's metadata now and gives them back, so is alive.
+
+        Sends them with one more property, "$q7SendToken", whose text no message had before, and asks for
+        them. The property leaves the session again; the renderer keeps it until other metadata come.
+        False as well of a renderer that keeps no metadata, of a session without a model path, by which it
+        keeps them, when no message may go, and maybe for an answer of 64 KiB or more, which the library
+        can get in part. Waits for the answer without a limit.
+        """
+        name, token = encode(_TOKEN_NAME, "name"), secrets.token_hex(16)
+        raw, session = self._raw, self._session
+        raw.Q7SetEntityStringProperty(
+            session, EntityType.METADATA, None, name, encode(token, "token")
+        )
+        try:
+            self.send_meta_data()
+        finally:
+            raw.Q7DeleteEntityProperty(session, EntityType.METADATA, None, name)
+        return token in (self.get_meta_data() or "")
 
     def send_scenes(self) -> None:
         """Sends all scenes of add_scene with the model's path. They stay."""

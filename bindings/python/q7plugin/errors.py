@@ -33,6 +33,10 @@ class ConnectError(Q7Error, ConnectionError):
         self.result = result
 
 
+class SendError(Q7Error, ConnectionError):
+    """A model did not arrive, or in part. Raised by connections that were opened with verify=True."""
+
+
 class LinkError(Q7Error, ConnectionError):
     """No link to the renderer came about. `result` tells why."""
 

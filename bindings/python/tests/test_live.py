@@ -179,6 +179,127 @@ class Sending(Live):
         self.assertEqual(asked, [struct.pack("<I", 2) + b"a\0b\0"])
 
 
+class Verifying(Live):
+    """A model of two nodes: 12 acknowledgements of the materials, instances and arrays in each pass, one
+    of the paths in the first, and the final one of each."""
+
+    ACKNOWLEDGEMENTS = 2 * (2 + 2 * 5 + 1) + 1
+
+    def setUp(self):
+        super().setUp()
+        self.describe()
+        self.session.set_model_file_path("/model")
+        self.session.set_entity_property(EntityType.METADATA, None, "Author", "A. N. Other")
+
+    def send(self, *options):
+        """The connection, after it was closed."""
+        with self.link("--send-type", "1", *options):
+            with self.session.connect_raw(verify=True) as connection:
+                connection.send()
+                self.assertTrue(connection.holds())
+        return connection
+
+    def refused(self, text, *options):
+        with self.link(*options):
+            with self.assertRaisesRegex(ConnectionError, text) as caught:
+                with self.session.connect_raw(verify=True) as connection:
+                    connection.send()
+        self.assertFalse(self.session.has_connected())
+        return caught.exception
+
+    def test_a_scene_that_arrives(self):
+        standin = self.link()
+        connects = (
+            self.session.connect_raw,
+            self.session.connect_processed,
+            self.session.connect_group,
+        )
+        for connect in connects:
+            with connect(verify=True) as connection:
+                connection.send()
+                connection.send()
+                self.assertFalse(connection.verified)
+            self.assertTrue(connection.verified)
+        texts = [
+            json.loads(file.read_text()) for file in standin.received() if "metadata." in file.name
+        ]
+        tokens = {text.pop("$q7SendToken") for text in texts}
+        self.assertEqual((len(texts), len(tokens)), (6, 6))
+        # What the host itself has set goes with each, and the token stays in none of its own.
+        own = {"Author": "A. N. Other", "model_file_path": "/model"}
+        self.assertEqual(texts, [own] * 6)
+        self.session.send_meta_data()
+        self.assertEqual(json.loads(self.session.get_meta_data()), own)
+
+    def test_without_the_option_nothing_is_asked(self):
+        with self.link() as standin:
+            with self.session.connect_raw() as connection:
+                connection.send()
+            self.assertFalse(connection.verified)
+            self.assertTrue(self.session.gives_meta_data_back())
+            self.assertEqual(len([f for f in standin.received() if "metadata" in f.name]), 2)
+
+    def test_renderers_that_cannot_be_asked(self):
+        for options in (
+            ["--metadata", "own"],
+            ["--metadata-count", "0"],
+            ["--close-at-word", "10"],
+            ["--close-at-word", "15"],
+        ):
+            with self.subTest(options):
+                self.assertFalse(self.send(*options).verified)
+
+    def test_a_connection_that_breaks(self):
+        broken = "could not be reached, or the connection broke"
+        for options in (
+            ["--close-at-ack", "3"],
+            ["--close-at-ack", "3", "--abort"],
+            ["--port", "65535"],
+        ):
+            self.assertIsInstance(self.refused(broken, *options), q7plugin.SendError)
+
+    def test_what_does_not_show(self):
+        for at in range(self.ACKNOWLEDGEMENTS - 2, self.ACKNOWLEDGEMENTS + 1):
+            self.assertTrue(self.send("--close-at-ack", str(at)).verified)
+
+    def test_a_renderer_that_dies(self):
+        # Which of them it is depends on what the system takes away first of a process that ends.
+        gone = "not linked any more|does not answer|could not be reached, or|did not accept the model"
+        for options in (
+            ["--die-at-word", "15"],
+            ["--die-at-word", "10"],
+            ["--die-at-ack", "1"],
+            ["--die-at-ack", "7"],
+            ["--die-at-ack", str(self.ACKNOWLEDGEMENTS)],
+        ):
+            with self.subTest(options):
+                self.refused(gone, *options)
+
+    def test_a_renderer_that_is_not_linked(self):
+        standin = self.link()
+        with self.assertRaisesRegex(q7plugin.SendError, r"not linked any more \(status 0\)"):
+            with self.session.connect_raw(verify=True) as connection:
+                standin.process.terminate()
+                standin.process.wait()
+                connection.send()
+
+    def test_an_exception_is_not_replaced(self):
+        with self.link() as standin:
+            with self.assertRaises(ZeroDivisionError):
+                with self.session.connect_raw(verify=True) as connection:
+                    connection.send()
+                    1 / 0
+            self.assertFalse(connection.verified)
+            self.assertEqual(len([f for f in standin.received() if "metadata" in f.name]), 2)
+
+    def test_a_session_that_is_closed(self):
+        with self.link():
+            with self.session.connect_raw(verify=True) as connection:
+                connection.send()
+                self.session.close()
+        self.assertFalse(connection.verified)
+
+
 class Status(Live):
     def test_status_and_flag(self):
         with Standin("--status", "4", "--flag", "1"):
