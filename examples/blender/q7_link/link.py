@@ -131,7 +131,8 @@ class SceneLink:
         while not self._call.is_over():
             yield Progress(1.0, "Sending to Q7 Render", self._call)
         call, self._call = self._call, None
-        call.result()
+        if not call.result():
+            self.warnings.append("Q7 Render cannot be asked whether all of it arrived")
         self.model.changed = False
         self._sent.update(changed)
         return (["model"] if has_model else []) + list(changed)
@@ -145,16 +146,25 @@ class SceneLink:
             self.model.set_camera_paths(changed["animations"])
 
     def _deliver(self, has_model, changed):
-        """In the order of q7-send. What of it may wait for the renderer is all that a thread does."""
+        """In the order of q7-send. What of it may wait for the renderer is all that a thread does.
+
+        Returns whether the renderer answered after all of it. One that does not give the metadata back
+        before cannot be asked afterwards.
+        """
         session = self.model.session
         self._q7.start_link_render(_PLUGIN_FILE)
         self._expect_linked("before the scene went")
+        can_be_asked = session.gives_meta_data_back()
         if has_model:
-            session.send_meta_data()
             connect = session.connect_processed if self.options.merged else session.connect_raw
             with connect() as connection:
                 connection.send()
-            self._expect_linked("after the scene went")
+                self._expect_linked("after the scene went")
+                if not connection.holds():
+                    raise LinkFault(
+                        "Q7 Render could not be reached, or the connection to it broke: it may have got a "
+                        "part of the scene or nothing"
+                    )
         if "cameras" in changed:
             session.send_camera()
         if "lights" in changed:
@@ -164,6 +174,9 @@ class SceneLink:
         if "animations" in changed:
             session.send_camera_anims()
         self._expect_linked("after the scene went")
+        if can_be_asked and not session.gives_meta_data_back():
+            raise LinkFault("Q7 Render does not answer any more: what was sent is lost")
+        return can_be_asked
 
     def _expect_linked(self, when):
         # The library tells nothing of what went nowhere.

@@ -1078,6 +1078,27 @@ class Faults(FaultTest):
         self.fails(bpy.ops.q7.send, "Q7 Render was gone after the scene went")
         self.expect_closed()
 
+    def test_a_connection_that_breaks(self):
+        with self.renderer("--close-at-ack", "3"):
+            self.fails(bpy.ops.q7.send, "could not be reached, or the connection to it broke")
+        self.expect_closed()
+
+    def test_a_renderer_that_dies(self):
+        for options in (["--die-at-ack", "3"], ["--die-at-ack", "17"], ["--die-at-word", "15"]):
+            with self.renderer(*options):
+                gone = "was gone|does not answer|could not be reached|gave no answer"
+                self.fails(bpy.ops.q7.send, gone)
+        self.expect_closed()
+
+    def test_a_renderer_that_cannot_be_asked(self):
+        with self.renderer("--metadata", "own"):
+            self.assertEqual(bpy.ops.q7.send(), {"FINISHED"})
+        [made] = self.links
+        self.assertIn("Q7 Render cannot be asked whether all of it arrived", made.warnings)
+        with self.renderer():
+            self.assertEqual(bpy.ops.q7.send(), {"FINISHED"})
+        self.assertEqual(self.links[-1].warnings, [])
+
     def test_an_error_while_reading(self):
         original = link.SceneReader.parts_of_object
 
