@@ -31,6 +31,8 @@ inline constexpr char16_t materials[] = u"Materials";
 inline constexpr char16_t triangles[] = u"Triangles";
 inline constexpr char16_t cameras[] = u"Cameras";
 inline constexpr char16_t lights[] = u"Lights";
+// Its first character sorts it before the others: an answer that does not arrive whole has it all the same.
+inline constexpr char16_t sendToken[] = u"$q7SendToken";
 
 }  // namespace entity
 
@@ -40,7 +42,7 @@ struct EntityPropertyDescription {
     const char* meaning;
 };
 
-inline constexpr std::array<EntityPropertyDescription, 24> entityPropertyDescriptions{{
+inline constexpr std::array<EntityPropertyDescription, 25> entityPropertyDescriptions{{
     {entity::name, "cslam", "text: its name in the file; of the metadata, that of the file"},
     {entity::position, "csl", "x, y, z in the world"},
     {entity::direction, "csl", "to where it looks or shines, of the length 1"},
@@ -65,6 +67,7 @@ inline constexpr std::array<EntityPropertyDescription, 24> entityPropertyDescrip
     {entity::triangles, "m", ""},
     {entity::cameras, "m", ""},
     {entity::lights, "m", ""},
+    {entity::sendToken, "m", "text: new in each message, to be given back with the rest"},
 }};
 
 }  // namespace q7send

@@ -2,9 +2,11 @@
 
 #include <chrono>
 #include <exception>
+#include <random>
 
 #include "common/files.h"
 #include "q7plugin.h"
+#include "send/entity_properties.h"
 #include "send/host_text.h"
 
 namespace q7send {
@@ -12,6 +14,9 @@ namespace q7send {
 namespace {
 
 constexpr std::uint32_t statusLinked = 4;
+constexpr std::uint32_t metadataType = 3;
+constexpr std::uint32_t noMessageMayGo = 0xFFFFFFFF;
+constexpr std::size_t longestMetadata = 1 << 20;  // characters
 
 class Disconnecting {
   public:
@@ -55,6 +60,29 @@ void expectLinked(const std::string& when) {
                         ", so the scene went nowhere or arrived in part");
 }
 
+// Whether the renderer takes metadata and gives it back: a token in it tells it from what came before.
+// Only one that does so before a send can be asked after it.
+bool givesMetadataBack(void* session) {
+    std::random_device random;
+    const WideString token = utf8ToWide(std::to_string(random()) + '-' + std::to_string(random()));
+    Q7SetEntityStringProperty(session, metadataType, nullptr, HostText(entity::sendToken),
+                              HostText(token));
+    Q7SendMetaData(session);
+    // A longer answer is not stored.
+    std::basic_string<Q7Char> answer(longestMetadata, Q7Char{});
+    Q7GetMetaData(session, answer.data(), static_cast<std::uint32_t>(answer.size()));
+    return answer.find(HostText(token)) != std::basic_string<Q7Char>::npos;
+}
+
+// The library lets no message go while a connection for a model is open, and one that broke is not.
+// Without a renderer none goes either: see expectLinked.
+void expectHeld(void* session) {
+    if (Q7GetMetaData(session, nullptr, 0) == noMessageMayGo) return;
+    throw RendererError(
+        "could not be reached, or the connection to it broke: the scene did not arrive, or in "
+        "part");
+}
+
 double sendScene(void* session, LiveForm form) {
     connectOrThrow(session, form);
     const Disconnecting atTheEnd(session);
@@ -65,6 +93,8 @@ double sendScene(void* session, LiveForm form) {
         Q7SendProcessed(session);
     }
     const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    expectLinked("after the send");
+    expectHeld(session);
     return time.count();
 }
 
@@ -135,15 +165,17 @@ void linkRenderer(const std::filesystem::path& pluginFile) {
     if (!fault.empty()) throw RendererError(fault);
 }
 
-double sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages) {
+SentLive sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages) {
     SetGenMatInstances(session, genMaterials ? 1 : 0);
-    Q7SendMetaData(session);
+    const bool canBeAsked = givesMetadataBack(session);
     expectLinked("before the connection");
     const double seconds = sendScene(session, form);
-    expectLinked("after the send");
     sendMessages(session, messages);
     expectLinked("after the messages");
-    return seconds;
+    if (canBeAsked && !givesMetadataBack(session)) {
+        throw RendererError("does not answer any more, so what was sent is lost");
+    }
+    return {seconds, canBeAsked};
 }
 
 }  // namespace q7send

@@ -36,12 +36,17 @@ std::string connectFault(std::int32_t result);
 // Starts the renderer when there is none, and waits until it is linked. Throws RendererError.
 void linkRenderer(const std::filesystem::path& pluginFile);
 
+struct SentLive {
+    double seconds = 0;        // of the scene alone
+    bool isConfirmed = false;  // the renderer answered after all of it
+};
+
 // Sends the metadata, connects, sends what the session holds, and disconnects; then sends the camera,
 // lights, scenes and camera animations, each if there are any: a message during the connection would
-// be dropped. Gives the seconds that the send of the scene took.
-// Throws RendererError, also when the renderer is not linked any more afterwards: the library counts
-// one that cannot be reached as connected. It tells nothing of a broken connection, so one to a
-// renderer that shows itself as linked goes unnoticed.
-double sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages);
+// be dropped. Before the connection and at the end it asks for the metadata back.
+// Throws RendererError, also when the renderer could not be reached, the connection broke, or the
+// renderer answers only before and not after. One that gives no metadata back cannot be asked whether
+// all arrived. A connection that breaks at the last acknowledgements goes unnoticed.
+SentLive sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages);
 
 }  // namespace q7send

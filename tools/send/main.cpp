@@ -121,8 +121,8 @@ std::optional<Delivery> deliver(SceneSender& sender, const Options& options,
                                 const MessageCounts& messages) {
     if (!options.live) return std::nullopt;
     linkRenderer(platform::executablePath());
-    const double seconds = sender.sendLive(*options.live, options.genMaterials, messages);
-    return Delivery{*options.live, seconds, messages};
+    const SentLive sent = sender.sendLive(*options.live, options.genMaterials, messages);
+    return Delivery{*options.live, sent, messages};
 }
 
 std::string send(const Options& options) {
@@ -150,7 +150,7 @@ std::string send(const Options& options) {
     bar.show("Checking", 1);
     const std::vector<WrittenFile> files = outputs.verifyAndCommit(totals);
     return notes(scene, totals, outputs.archived()) +
-           (delivery ? messageLine(delivery->messages) : "") +
+           (delivery ? deliveryLines(*delivery) : "") +
            closingLine(options.model, totals, delivery, files);
 }
 

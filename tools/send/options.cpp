@@ -55,10 +55,13 @@ What becomes of the scene:
 
 With --live the library prints what it does while it starts the renderer and links to it. That lasts
 as long as the renderer needs. --group opens the connection for a group of models; they are merged, as
-with --processed. A renderer that unlinks or ends while the scene goes to it shows afterwards; a
-connection that breaks does not show while the renderer stays linked.
+with --processed. It is an error when the renderer cannot be reached, refuses the scene, unlinks or
+ends, or when the connection to it breaks. Whether it lives on after the last message is known from
+metadata, which it is asked to give back before and after; for one that does not, a note says so. A
+connection that breaks at one of the last three acknowledgements does not show. A renderer that does
+not answer is waited for without a limit.
 
-Before the scene goes its metadata; then follow, as messages of their own: the first camera as the view,
+Before the scene goes its metadata, and once more at the end; then follow, as messages of their own: the first camera as the view,
 the lights, every camera as a scene (a named view), and the camera animations. What the file has none of
 is not sent. A camera moves with its node and those above it: a frame holds its place in the world at
 the time of each key, in seconds. Handles of the curves are absolute, a third of the way to the

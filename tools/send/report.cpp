@@ -26,9 +26,10 @@ std::string fixed(double value, int digits) {
 
 std::string deliveryText(const Delivery& delivery, std::uint64_t bytes) {
     std::string text = std::string("the renderer (") + nameOf(delivery.form) + ": " +
-                       sizeText(bytes) + " of geometry in " + fixed(delivery.seconds, 3) + " s";
-    if (delivery.seconds > 0) {
-        const double speed = static_cast<double>(bytes) / delivery.seconds;
+                       sizeText(bytes) + " of geometry in " + fixed(delivery.sent.seconds, 3) +
+                       " s";
+    if (delivery.sent.seconds > 0) {
+        const double speed = static_cast<double>(bytes) / delivery.sent.seconds;
         text += ", " + sizeText(static_cast<std::uintmax_t>(speed)) + "/s";
     }
     return text + ')';
@@ -81,7 +82,8 @@ std::string notes(const Scene& scene, const SendTotals& totals,
     return text;
 }
 
-std::string messageLine(const MessageCounts& messages) {
+std::string deliveryLines(const Delivery& delivery) {
+    const MessageCounts& messages = delivery.messages;
     std::string line = "messages: metadata";
     if (messages.cameras > 0) line += ", camera";
     if (messages.lights > 0) line += ", " + counted(messages.lights, "light", "lights");
@@ -90,7 +92,11 @@ std::string messageLine(const MessageCounts& messages) {
         line += ", " + counted(messages.animations, "camera animation", "camera animations") +
                 " of " + counted(messages.frames, "frame", "frames");
     }
-    return line + '\n';
+    line += '\n';
+    if (!delivery.sent.isConfirmed) {
+        line += note("the renderer gives no metadata back, so it is not known whether all arrived");
+    }
+    return line;
 }
 
 std::string closingLine(const std::filesystem::path& model, const SendTotals& totals,

@@ -17,10 +17,10 @@ struct WrittenFile {
     std::optional<std::size_t> textures = {};  // of an archive
 };
 
-// What went to the renderer, and how long the scene itself took.
+// What went to the renderer.
 struct Delivery {
     LiveForm form = LiveForm::raw;
-    double seconds = 0;
+    SentLive sent = {};
     MessageCounts messages = {};
 };
 
@@ -38,8 +38,8 @@ std::string sizeText(std::uintmax_t bytes);
 std::string notes(const Scene& scene, const SendTotals& totals,
                   const std::optional<Archived>& archived = {});
 
-// One line: what went to the renderer beside the scene.
-std::string messageLine(const MessageCounts& messages);
+// What went to the renderer beside the scene, and a note when nobody can know whether all arrived.
+std::string deliveryLines(const Delivery& delivery);
 
 // One line: what went where, and to the renderer how fast.
 std::string closingLine(const std::filesystem::path& model, const SendTotals& totals,

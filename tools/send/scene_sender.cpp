@@ -175,7 +175,7 @@ void SceneSender::saveStream(const std::filesystem::path& path, StreamForm form)
     save(session_, HostText(wide(path)));
 }
 
-double SceneSender::sendLive(LiveForm form, bool genMaterials, const MessageCounts& messages) {
+SentLive SceneSender::sendLive(LiveForm form, bool genMaterials, const MessageCounts& messages) {
     return q7send::sendLive(session_, form, genMaterials, messages);
 }
 

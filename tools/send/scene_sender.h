@@ -52,7 +52,7 @@ class SceneSender {
     bool saveArchiveOf(const std::filesystem::path& packed, const std::filesystem::path& path);
 
     // Sends to the renderer that is linked: see live.h.
-    double sendLive(LiveForm form, bool genMaterials, const MessageCounts& messages);
+    SentLive sendLive(LiveForm form, bool genMaterials, const MessageCounts& messages);
 
   private:
     void* session_;

@@ -47,8 +47,12 @@ TEST(Notes, TellWhatOnlyAnArchiveHas) {
 }
 
 TEST(MessageLine, TellsWhatWasSentBeside) {
-    EXPECT_EQ(messageLine({}), "messages: metadata\n");
-    EXPECT_EQ(messageLine({1, 3, 1, 90}),
+    const SentLive confirmed = {0.25, true};
+    EXPECT_EQ(deliveryLines({LiveForm::raw, confirmed, {}}), "messages: metadata\n");
+    EXPECT_EQ(deliveryLines({LiveForm::raw, {}, {}}),
+              "messages: metadata\n"
+              "note: the renderer gives no metadata back, so it is not known whether all arrived\n");
+    EXPECT_EQ(deliveryLines({LiveForm::raw, confirmed, {1, 3, 1, 90}}),
               "messages: metadata, camera, 3 lights, 1 scene, 1 camera animation of 90 frames\n");
 }
 
@@ -75,9 +79,9 @@ TEST(ClosingLine, TellsHowFastItWentToTheRenderer) {
     totals.geometryBytes = 3'000'000;
     const std::string start =
         "in.obj: 1 node (0 duplicates), 0 materials, 2 triangles -> the renderer (";
-    EXPECT_EQ(closingLine("in.obj", totals, Delivery{LiveForm::raw, 0.25}, {}),
+    EXPECT_EQ(closingLine("in.obj", totals, Delivery{LiveForm::raw, {0.25, true}}, {}),
               start + "raw: 3.0 MB of geometry in 0.250 s, 12.0 MB/s)\n");
-    EXPECT_EQ(closingLine("in.obj", totals, Delivery{LiveForm::group, 0}, {{"a", 1}}),
+    EXPECT_EQ(closingLine("in.obj", totals, Delivery{LiveForm::group, {}}, {{"a", 1}}),
               start + "group: 3.0 MB of geometry in 0.000 s), a (1 byte)\n");
 }
 

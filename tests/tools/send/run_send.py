@@ -28,6 +28,10 @@ SEND = INSPECT = ""
 MODELS = Path()
 SHARED = Path("/dev/shm")
 
+LOST = (
+    "q7-send: the renderer: could not be reached, or the connection to it broke: the scene did not "
+    "arrive, or in part\n"
+)
 SQUARE = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n"
 ENGINE = "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"
 
@@ -378,6 +382,7 @@ class Live(SendTest):
 
     def setUp(self) -> None:
         super().setUp()
+        self.standins: list[subprocess.Popen] = []
         # No installation of this machine counts.
         self.environment = {
             **os.environ,
@@ -401,6 +406,7 @@ class Live(SendTest):
             encoding="utf-8",
         )
         self.addCleanup(self.kill, process)
+        self.standins.append(process)
         while not ready.exists():
             if process.poll() is not None:
                 self.fail(f"q7-standin ended: {process.communicate()}")
@@ -433,6 +439,62 @@ class Live(SendTest):
             r"\d+\.\d{3} s, \d.*B/s\).*\n$",
         )
         self.await_messages(run.stdout)
+
+    def test_connection_that_breaks(self) -> None:
+        for options in (["--close-at-ack", "3"], ["--close-at-ack", "3", "--abort"]):
+            with self.subTest(options):
+                self.end_before()
+                self.start_standin(*options)
+                self.assertEqual(self.refused_live(self.write_square("square.obj")), LOST)
+
+    def test_renderer_that_nobody_reaches(self) -> None:
+        self.start_standin("--status", "4", "--port", "65535")
+        self.assertEqual(self.refused_live(self.write_square("square.obj")), LOST)
+
+    def test_renderer_that_dies(self) -> None:
+        """At the first question, at each acknowledgement of a square, and at the last messages."""
+        model = self.write_square("square.obj")
+        for options in (
+            [["--die-at-word", word] for word in ("15", "10", "11")]
+            + [["--die-at-ack", str(number)] for number in range(1, 18)]
+        ):
+            with self.subTest(options):
+                self.end_before()
+                self.start_standin(*options)
+                error = self.refused_live(model)
+                self.assertTrue(error.startswith("q7-send: the renderer: "), error)
+        for word in ("12", "13"):
+            with self.subTest(word):
+                self.end_before()
+                self.start_standin("--die-at-word", word)
+                self.refused_live(MODELS / "glTF2/cameras/Cameras.gltf")
+
+    def test_next_send_to_a_dead_renderer(self) -> None:
+        self.start_standin("--die-at-word", "11")
+        model = self.write_square("square.obj")
+        self.refused_live(model)
+        self.refused_live(model)
+
+    def test_what_does_not_show(self) -> None:
+        self.start_standin("--close-at-ack", "17")
+        self.sent_live("raw", self.write_square("square.obj"))
+
+    def test_renderer_that_cannot_be_asked(self) -> None:
+        note = "note: the renderer gives no metadata back, so it is not known whether all arrived\n"
+        for options in (["--metadata", "own"], ["--close-at-word", "10"], ["--close-at-word", "15"]):
+            with self.subTest(options):
+                self.end_before()
+                self.start_standin(*options)
+                run = self.send(self.write_square("square.obj"), "--live", env=self.environment)
+                self.assertEqual((run.returncode, run.stderr), (0, ""))
+                self.assertIn(note, run.stdout)
+
+    def end_before(self) -> None:
+        """Makes room for another renderer."""
+        for process in self.standins:
+            self.kill(process)
+        shutil.rmtree(self.folder / "got", ignore_errors=True)
+        (self.folder / "ready").unlink(missing_ok=True)
 
     def await_messages(self, told: str) -> None:
         """A message may still be on its way when its sender has ended."""
@@ -528,8 +590,8 @@ class Live(SendTest):
         kinds = [path.stem.partition("-")[2] for path in sorted((self.folder / "got").iterdir())]
         self.assertEqual(
             kinds,
-            ["plugin-file", "metadata", "sync", "instance-paths", "model", "model"]
-            + ["camera", "lights", "scenes", "camera-animations"],
+            ["plugin-file", "metadata", "metadata-request", "sync", "instance-paths", "model", "model"]
+            + ["camera", "lights", "scenes", "camera-animations", "metadata", "metadata-request"],
         )
         messages = self.messages()
         for kind in ("metadata", "camera", "lights", "scenes"):
@@ -567,7 +629,8 @@ class Live(SendTest):
         self.sent_live("raw", self.write_square("square.obj"))
         self.end(standin)
         self.assertEqual(
-            sorted(self.messages()), ["instance-paths", "metadata", "plugin-file", "sync"]
+            sorted(self.messages()),
+            ["instance-paths", "metadata", "metadata-request", "plugin-file", "sync"],
         )
 
     def test_refused_scene_leaves_no_archive(self) -> None:
@@ -647,6 +710,8 @@ class Live(SendTest):
             with metadata:
                 while metadata.recv(4096):
                     pass
+            # The question for it ends without an answer.
+            listener.accept()[0].close()
             client, _ = listener.accept()
             with client:
                 # All of it: closing with bytes unread would take back the reply.
