@@ -247,10 +247,7 @@ class Renderer {
 int runAlone(const Options& options, const Surroundings& surroundings) {
     const auto lock = platform::InstanceLock::take(lockName);
     if (!lock) throw CannotRun("another q7-standin runs on this machine");
-#if defined(_WIN32)
-    // Elsewhere blocks outlive a process that was killed, and are taken over.
-    if (isStatusPublished()) throw CannotRun("a renderer runs on this machine");
-#endif
+    if (isRendererAlive()) throw CannotRun("a renderer runs on this machine");
     return Renderer(options, surroundings).run();
 }
 

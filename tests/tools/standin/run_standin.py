@@ -294,6 +294,21 @@ class RunStandin(unittest.TestCase):
         process.wait(LIMIT)
         self.check_that_a_new_one_works()
 
+    @only_native("an emulator keeps its blocks elsewhere")
+    def test_renderer_that_lives(self) -> None:
+        import fcntl
+
+        with STATUS.open("w+b") as block:
+            block.write(struct.pack("<HH", 4, 0))
+            block.flush()
+            fcntl.lockf(block, fcntl.LOCK_EX, 1)
+            STATUS.chmod(0o1600)
+            code, out, errors = self.run_program("--exit-after", "0")
+            self.assertEqual((code, out), (2, ""))
+            self.assertEqual(errors, "q7-standin: cannot start: a renderer runs on this machine\n")
+            self.assertEqual(STATUS.read_bytes(), struct.pack("<HH", 4, 0))
+        self.check_that_a_new_one_works()
+
     @only_native("an emulated program gets no signals")
     def test_signals(self) -> None:
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
