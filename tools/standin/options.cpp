@@ -169,11 +169,13 @@ void addPublication(CLI::App& app, Publication& publication) {
         app.add_option(name, value, help)->type_name("N");
     };
     number("--status", publication.status, "The status at first, 1 if not given");
-    number("--status-after-plugin", publication.statusAfterPlugin,
-           "The status after the plug-in file has come, 4 if not given");
+    number(
+        "--status-after-plugin", publication.statusAfterPlugin,
+        "The status after the plug-in file has come; if not given 4, or with a raised flag the one "
+        "before it");
     number("--flag", publication.flag, "The flag at first, 0 if not given");
     number("--flag-after-plugin", publication.flagAfterPlugin,
-           "Raise the flag when the plug-in file has come");
+           "Raise the flag when the plug-in file has come, which refuses each link");
     number("--port", publication.port, "Publish this port and do not listen");
     const auto delay = [&app](const std::string& name, int& value, const std::string& help) {
         app.add_option(name, value, help)->type_name("MS")->check(notNegative());
@@ -286,7 +288,9 @@ void addMisbehaviour(CLI::App& app, Misbehaviour& misbehaviour) {
                    "Wait so long before each acknowledgement")
         ->type_name("MS")
         ->check(notNegative());
-    app.add_flag("--pieces", misbehaviour.inPieces, "Send every answer byte by byte");
+    app.add_flag("--pieces", misbehaviour.inPieces,
+                 "Send every answer byte by byte. Faults that follow on a connection count neither "
+                 "as protocol errors nor as remarks");
     app.add_flag("--abort", misbehaviour.withReset, "Reset the connection where it is closed");
 }
 

@@ -28,6 +28,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::uint16_t linkedStatus = 4;
 constexpr WideView lockName = u"q7_standin_runs";
 
 // Something keeps the renderer from running at all.
@@ -96,7 +97,7 @@ class Renderer {
           transcriptFile_(options.transcript),
           transcript_(transcriptFile_.stream()),
           behaviour_(
-              options.misbehaviour, transcript_, [this](int time) { pause(time); },
+              options.misbehaviour, transcript_, log_, [this](int time) { pause(time); },
               surroundings.die),
           services_{.answers = options.answers,
                     .patience = options.patience,
@@ -188,9 +189,14 @@ class Renderer {
             log_.note("that is not the plug-in file that the launcher was given");
         }
         pause(publication.linkDelay);
-        // Clients look at the flag first.
-        if (publication.flagAfterPlugin) blocks_->setFlag(*publication.flagAfterPlugin);
-        blocks_->setStatus(publication.statusAfterPlugin);
+        // Clients look at the flag first, and at its low byte alone.
+        const std::uint16_t flag = publication.flagAfterPlugin.value_or(0);
+        if (publication.flagAfterPlugin) blocks_->setFlag(flag);
+        if (publication.statusAfterPlugin) {
+            blocks_->setStatus(*publication.statusAfterPlugin);
+        } else if ((flag & 0xFF) == 0) {
+            blocks_->setStatus(linkedStatus);
+        }
     }
 
     int finish() {

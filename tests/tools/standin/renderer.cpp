@@ -133,6 +133,14 @@ class RunningRenderer : public testing::Test {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 
+    // Until the plug-in file has been taken: the renderer serves one connection after the other.
+    static void handOver() {
+        { RawClient().send(StreamBuilder().word(3).text(u"p.ini")); }
+        const RawClient client;
+        client.send(StreamBuilder().word(9).text(u""));
+        EXPECT_EQ(client.answer(), 0U);
+    }
+
     // Waits for an end that comes by itself.
     int join() {
         if (thread.joinable()) thread.join();
@@ -198,25 +206,33 @@ TEST_F(RunningRenderer, DrawsModelsOnRequest) {
 }
 
 TEST_F(RunningRenderer, TakesThePluginFile) {
-    options.publication.flagAfterPlugin = 1;
     start();
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 1);
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 0);
-    {
-        const RawClient client;
-        client.send(StreamBuilder().word(3).text(u"p.ini"));
-    }
-    {
-        // The renderer serves one connection after the other.
-        const RawClient client;
-        client.send(StreamBuilder().word(9).text(u""));
-        EXPECT_EQ(client.answer(), 0U);
-    }
+    handOver();
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 4);
-    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 1);
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 0);
     EXPECT_EQ(end(), 0);
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), std::nullopt);
     EXPECT_EQ(wordIn(q7standin::portBlockName, 0), std::nullopt);
+}
+
+// So that it refuses the next link as well.
+TEST_F(RunningRenderer, RefusesThePluginFileWithTheFlag) {
+    options.publication.flagAfterPlugin = 1;
+    start();
+    handOver();
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 1);
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 1);
+}
+
+// Only the low byte of the flag refuses.
+TEST_F(RunningRenderer, AFlagThatClientsDoNotSeeRefusesNothing) {
+    options.publication.flagAfterPlugin = 256;
+    start();
+    handOver();
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 4);
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 256);
 }
 
 TEST_F(RunningRenderer, ASecondOneSaysSo) {
