@@ -32,9 +32,11 @@ Examples:
       and so on, for q7-inspect; all else as JSON.
 
   q7-standin --out received --preview
-      The same, and draws each model: 0001-model.png and so on. The picture shows all of the model; once
-      a camera of it has come (FieldOfView, Position, Direction and so on, as q7-send tells them), it
-      is drawn again and shows what the camera sees of it. Images of materials are read from their files.
+      The same, and draws the last model that came with each path, 0001-model.png and so on, when no
+      client is connected or waits: a send in several forms gives one picture, and is not slowed down.
+      The picture shows all of the model, or what its camera sees (FieldOfView, Position, Direction and
+      so on, as q7-send tells them); a camera that comes later draws it again. Images of materials are
+      read from their files.
 
   q7-standin --quiet --connections 2 --exit-after 60000 --out received
       For a test: takes the plug-in file and one model, says only what was wrong, and ends; after a
@@ -136,7 +138,8 @@ void addOutput(CLI::App& app, Options& options, ChosenPreview& chosen) {
     const std::string group = "What it keeps and says";
     app.option_defaults()->group(group);
     optionalPath(app, "--out", "DIR", options.out, "Keep each message as a file in this folder");
-    app.add_flag("--preview", chosen.isWanted, "With --out: draw each model as NNNN-model.png");
+    app.add_flag("--preview", chosen.isWanted,
+                 "With --out: draw models as NNNN-model.png when idle");
     app.add_option("--preview-size", chosen.size,
                    "Its size in pixels, 960x540 if not given, at most 4096x4096")
         ->type_name("WIDTHxHEIGHT");

@@ -118,6 +118,8 @@ class Renderer {
             log_.note(surroundings_.wasInterrupted() ? "interrupted" : "the time is up");
         }
         blocks_.reset();
+        listener_.reset();
+        if (previews_) previews_->finish();
         return finish();
     }
 
@@ -162,7 +164,11 @@ class Renderer {
                 continue;
             }
             const platform::SocketHandle client = listener_->accept(waitSlice);
-            if (client != platform::noSocket) serveClient(client);
+            if (client != platform::noSocket) {
+                serveClient(client);
+            } else if (previews_) {
+                previews_->goOn();
+            }
         }
     }
 
@@ -180,7 +186,6 @@ class Renderer {
             log_.note("connection " + std::to_string(number) + " was closed on purpose");
         }
         transcript_.connectionEnds(number, how);
-        if (previews_) previews_->draw();
     }
 
     void takePlugin(const WideString& file) {
