@@ -56,7 +56,7 @@ struct Renderer {
     q7standin::MessageLog log{out, errors, false, [] { return 0.0; }};
     q7standin::MessageStore store{std::nullopt};
     q7standin::Transcript transcript{&transcriptOut};
-    q7standin::Behaviour behaviour{{}, transcript, [](int) {}, [] {}};
+    q7standin::Behaviour behaviour{{}, transcript, log, [](int) {}, [] {}};
     q7standin::Services services{.answers = {},
                                  .log = log,
                                  .store = store,

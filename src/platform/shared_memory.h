@@ -18,13 +18,16 @@ enum class BlockAccess { ReadWrite, ReadOnly };
 // A block that another process made, mapped whole.
 class OpenedBlock {
   public:
-    // Nothing when there is no such block; never makes one. A block that opens and cannot be mapped,
-    // or that has no bytes, has an empty view.
+    // Nothing when there is no such block, or its owner has died; never makes one. A block that opens
+    // and cannot be mapped, or that has no bytes, has an empty view.
     static std::optional<OpenedBlock> open(WideView name, BlockAccess access);
 
     OpenedBlock(OpenedBlock&&) noexcept;
     OpenedBlock& operator=(OpenedBlock&&) noexcept;
     ~OpenedBlock();
+
+    // Whether some process has made it its own and lives. On Windows every block has such a process.
+    bool isOwned() const;
 
     // Not to be written to when opened read-only. On POSIX a process that touches bytes of it which
     // the block's owner has cut off meanwhile is ended by the system.
@@ -52,6 +55,11 @@ class CreatedBlock {
     CreatedBlock(CreatedBlock&&) noexcept;
     CreatedBlock& operator=(CreatedBlock&&) noexcept;
     ~CreatedBlock();
+
+    // Makes the block go with this process, however the process ends: nobody can open it afterwards.
+    // On Windows blocks do so anyway. On POSIX copies of the process keep the block as well; where it
+    // cannot be locked it stays as it is.
+    void markAsOwned() const;
 
     bool alreadyExisted() const;
     // As many bytes as can be written now: for a block that was there already maybe fewer than asked

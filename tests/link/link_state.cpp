@@ -7,6 +7,8 @@
 
 #include "tests/fake_renderer.h"
 #include "tests/platform/child_process.h"
+#include "tests/platform/child_program.h"
+#include "tests/platform/owned_block.h"
 #include "tests/platform/sized_block.h"
 
 TEST(LinkState, StartsEmpty) {
@@ -200,6 +202,115 @@ TEST(RenderStatusOf, BlocksOfSomebodyElsesCountAsNone) {
         return !state.readPort() && state.port == 77 ? 0 : 3;
     });
     EXPECT_EQ(exitCodeOf(child), 0);
+}
+
+namespace {
+
+constexpr std::array<std::uint16_t, 2> shownStatus = {4, 1};
+constexpr std::uint16_t shownPort = 51234;
+
+// As a renderer does that is written after docs/formats/shared_blocks.md.
+bool publishOwned() {
+    return make_block(objectName(testPortBlock).c_str(), &shownPort, sizeof shownPort) >= 0 &&
+           make_block(objectName(testStatusBlock).c_str(), shownStatus.data(),
+                      sizeof shownStatus) >= 0;
+}
+
+void expectBlocks() {
+    LinkState state;
+    EXPECT_TRUE(statusBlockExists());
+    EXPECT_EQ(state.renderStatus(nullptr), 4U);
+    EXPECT_EQ(state.linkFlag, 1);
+    EXPECT_TRUE(state.readPort());
+    EXPECT_EQ(state.port, shownPort);
+}
+
+void expectNoBlocks() {
+    LinkState state;
+    state.status = 4;
+    state.linkFlag = 7;
+    state.port = 77;
+    EXPECT_FALSE(statusBlockExists());
+    EXPECT_FALSE(state.readStatus(true));
+    EXPECT_EQ(state.status, 0);
+    EXPECT_EQ(state.linkFlag, 7);
+    testing::internal::CaptureStdout();
+    EXPECT_FALSE(state.readPort());
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Port share mem error!\n");
+    EXPECT_EQ(state.port, 77);
+}
+
+}  // namespace
+
+TEST(OwnedBlocks, CountAsNoneOnceTheirRendererWasKilled) {
+    HoldingProcess renderer(publishOwned);
+    expectBlocks();
+    renderer.kill();
+    expectNoBlocks();
+    // Neither taken away nor written to: the next renderer does that.
+    std::array<std::uint16_t, 2> left = {};
+    std::ifstream(blockPath(testStatusBlock), std::ios::binary)
+        .read(reinterpret_cast<char*>(left.data()), sizeof left);
+    EXPECT_EQ(left, shownStatus);
+    const HoldingProcess next(publishOwned);
+    expectBlocks();
+    removeLeftBlocks();
+}
+
+// The lock is the open file's, which a copy of the process has as well.
+TEST(OwnedBlocks, LiveAsLongAsACopyOfTheirRenderer) {
+    int copiesEnd[2] = {};
+    ASSERT_EQ(pipe(copiesEnd), 0);
+    HoldingProcess renderer([&] {
+        if (!publishOwned()) return false;
+        startChild([&] {
+            close(copiesEnd[1]);
+            char none = 0;
+            return static_cast<int>(read(copiesEnd[0], &none, 1));
+        });
+        return true;
+    });
+    close(copiesEnd[0]);
+    renderer.kill();
+    expectBlocks();
+    close(copiesEnd[1]);
+    EXPECT_TRUE(becomesTrue([] { return !statusBlockExists(); }));
+    expectNoBlocks();
+    removeLeftBlocks();
+}
+
+// Which the system releases as well, whatever else the renderer has open.
+TEST(OwnedBlocks, TheLockMayBelongToTheProcess) {
+    HoldingProcess renderer([] {
+        struct flock lock = first_byte();
+        for (const WideView name : {testStatusBlock, testPortBlock}) {
+            const int block = shm_open(objectName(name).c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+            const bool isStatus = name == testStatusBlock;
+            const void* const content = isStatus ? shownStatus.data() : &shownPort;
+            const std::size_t size = isStatus ? sizeof shownStatus : sizeof shownPort;
+            if (pwrite(block, content, size, 0) < 0 || fcntl(block, F_SETLK, &lock) != 0 ||
+                fchmod(block, 0600 | S_ISVTX) != 0) {
+                return false;
+            }
+        }
+        return true;
+    });
+    expectBlocks();
+    renderer.kill();
+    expectNoBlocks();
+    removeLeftBlocks();
+}
+
+// A renderer that knows nothing of marks is believed, locked or not.
+TEST(OwnedBlocks, ABlockWithoutAMarkCountsWhoeverHasMadeIt) {
+    HoldingProcess renderer([] {
+        return publishOwned() && chmod(blockPath(testStatusBlock).c_str(), 0600) == 0 &&
+               chmod(blockPath(testPortBlock).c_str(), 0600) == 0;
+    });
+    expectBlocks();
+    renderer.kill();
+    expectBlocks();
+    removeLeftBlocks();
 }
 
 #endif

@@ -181,3 +181,28 @@ TEST(RenderWindowOfAnotherProcess, IsFoundAndFollowedWhenItGoesAndComesBack) {
 }
 
 #endif
+
+TEST_F(LiveHost, ARefusalIsForTheNextLinkToo) {
+    const Installation installation("2.5.0");
+    Standin standin({"--flag-after-plugin", "1"});
+    for (int i = 0; i < 2; ++i)
+        EXPECT_EQ(StartLinkQ7Render(Q7T("file")), 6U) << i;
+}
+
+// Whatever comes of answers in pieces, it is not the host's fault.
+TEST_F(LiveHost, AnswersInPiecesAreNoFaultOfTheHost) {
+    const Installation installation("2.5.0");
+    describe(host_);
+    Standin standin({"--pieces", "--status", "4", "--connections", "4"});
+    ASSERT_EQ(StartLinkQ7Render(Q7T("")), 0U);
+    Q7RawSyncConnect(host_.session);
+    Q7SendRaw(host_.session);
+    DisConnect(host_.session);
+    Q7ProcessedSyncConnect(host_.session);
+    Q7SendProcessed(host_.session);
+    DisConnect(host_.session);
+    GetSendModelType(host_.session, Q7T("name"));
+    Q7GetMetaData(host_.session, nullptr, 0);
+    EXPECT_EQ(standin.exitCode(), 0) << standin.printed();
+    EXPECT_EQ(standin.printed().find("protocol error,"), std::string::npos) << standin.printed();
+}

@@ -4,7 +4,6 @@
 
 #include <iostream>
 #include <memory>
-#include <thread>
 
 #include "tests/fake_renderer.h"
 #include "tests/host.h"
@@ -14,13 +13,6 @@
 namespace {
 
 constexpr int diedOnRequest = 3;
-
-// What the renderer's blocks show after its death: where blocks outlive a process, what they showed.
-#if defined(_WIN32)
-constexpr bool blocksOutliveTheirProcess = false;
-#else
-constexpr bool blocksOutliveTheirProcess = true;
-#endif
 
 // MinGW takes no address of a function whose name was given to the assembler.
 ConnectRet connectGroup(void* session) {
@@ -83,12 +75,25 @@ class RendererDeath : public testing::Test {
         DisConnect(host.session);
     }
 
-    // The renderer is gone, and for the host that is all that has changed.
+    // The renderer is gone, which shows, and for the host that is all that has changed.
     void expectDeath(Standin& standin) const {
         EXPECT_EQ(standin.exitCode(), diedOnRequest) << standin.printed();
         EXPECT_EQ(HasConnected(host.session), 0);
         EXPECT_EQ(host.savedBytes(), before);
-        EXPECT_EQ(GetQ7RenderStatus(nullptr), blocksOutliveTheirProcess ? 4U : 0U);
+        EXPECT_EQ(GetQ7RenderStatus(nullptr), 0U);
+        std::uint8_t flag = 0;
+        EXPECT_EQ(GetQ7RenderStatus(&flag), 0U);
+    }
+
+    // A renderer that shows nothing of the one before, and gets the model.
+    void expectAllOfItAtTheNext(Connect* connect) const {
+        const auto next = startLinked({"--connections", "1"});
+        std::uint8_t flag = 9;
+        EXPECT_EQ(GetQ7RenderStatus(&flag), 4U);
+        EXPECT_EQ(flag, 0);
+        sendTo(connect, Q7SendProcessed);
+        EXPECT_EQ(next->exitCode(), 0) << next->printed();
+        EXPECT_EQ(next->model("0002-model.q7mesh").meshes.size(), 2U);
     }
 
     // A send to each of many renderers: it is whole, and the one after it dies at an acknowledgement,
@@ -134,7 +139,8 @@ class RendererDeath : public testing::Test {
     void dieAt(const Request& request) {
         const std::string word = std::to_string(request.word);
         SCOPED_TRACE("death at word " + word);
-        const auto standin = startLinked({"--die-at-word", word, "--send-type", "5"});
+        const auto standin =
+            startLinked({"--die-at-word", word, "--send-type", "5", "--flag", "1"});
         // A connect whose own word is not the one to die at.
         Connect* const connect = request.word == 8 ? Q7ProcessedSyncConnect : connectGroup;
         sendTo(connect, Q7SendProcessed);
@@ -142,6 +148,7 @@ class RendererDeath : public testing::Test {
         EXPECT_EQ(standin->model("0002-model.q7mesh").meshes.size(), 2U);
         EXPECT_TRUE(request.send(host.session));
         expectDeath(*standin);
+        expectAllOfItAtTheNext(connect);
     }
 
     Installation installation{"2.5.0"};
@@ -218,24 +225,12 @@ TEST_F(RendererDeath, AtEachMessage) {
         dieAt(request);
 }
 
-// While the file is handed over.
+// While the file is handed over. The second attempt finds no renderer, and no renderer to start.
 TEST_F(RendererDeath, AtThePluginFile) {
     forgetInstallation();
     Standin standin({"--die-at-word", "3"});
-    if (blocksOutliveTheirProcess) {
-        // The block of the dead renderer shows its status on, so the host waits until another one
-        // shows that it is linked.
-        std::unique_ptr<Standin> next;
-        std::thread later([&] {
-            EXPECT_EQ(standin.exitCode(), diedOnRequest) << standin.printed();
-            next = std::make_unique<Standin>(std::vector<std::string>{"--status", "4"});
-        });
-        EXPECT_EQ(StartLinkQ7Render(Q7T("file")), 0U);
-        later.join();
-    } else {
-        // The second attempt finds no renderer, and none to start.
-        EXPECT_EQ(StartLinkQ7Render(Q7T("file")), 1U);
-        EXPECT_EQ(standin.exitCode(), diedOnRequest) << standin.printed();
-    }
-    EXPECT_EQ(host.savedBytes(), before);
+    EXPECT_EQ(StartLinkQ7Render(Q7T("file")), 1U);
+    expectDeath(standin);
+    Standin next({});
+    EXPECT_EQ(StartLinkQ7Render(Q7T("file")), 0U);
 }

@@ -22,6 +22,7 @@
 #include <fstream>
 
 #include "tests/platform/child_process.h"
+#include "tests/platform/owned_block.h"
 #endif
 #include "tests/platform/sized_block.h"
 
@@ -168,6 +169,20 @@ TEST(SharedMemory, AnOpenedBlockOutlivesItsMaker) {
     EXPECT_EQ(get(opened->view(), 4), "kept");
 }
 
+TEST(SharedMemory, AnOwnedBlockIsThereAsLongAsItsOwnerHasIt) {
+    const WideString name = newName();
+    std::optional<CreatedBlock> created = CreatedBlock::create(name, 4);
+    put(created->view(), "kept");
+    created->markAsOwned();
+    const auto opened = OpenedBlock::open(name, BlockAccess::ReadWrite);
+    ASSERT_TRUE(opened);
+    EXPECT_TRUE(opened->isOwned());
+    EXPECT_EQ(get(opened->view(), 4), "kept");
+    const CreatedBlock moved = std::move(*created);
+    created.reset();
+    EXPECT_TRUE(exists(name));
+}
+
 TEST(SharedMemory, MovingKeepsTheBlock) {
     const WideString name = newName();
     CreatedBlock first = CreatedBlock::create(name, 4);
@@ -257,10 +272,6 @@ TEST(SharedMemory, ABlockLivesUntilItsLastHandleIsClosed) {
 #else
 
 namespace {
-
-std::string objectName(const WideString& name) {
-    return "/" + wideToUtf8(name);
-}
 
 struct stat statusOf(const WideString& name) {
     struct stat status = {};
@@ -380,6 +391,50 @@ TEST(SharedMemory, GivesItsDescriptorsBack) {
         const OpenedBlock moved = std::move(*opened);
     }
     EXPECT_EQ(openDescriptors(), before);
+}
+
+TEST(SharedMemory, AnOwnedBlockIsForThisUserOnly) {
+    const WideString name = newName();
+    const CreatedBlock block = CreatedBlock::create(name, 4);
+    EXPECT_EQ(statusOf(name).st_mode & 07777U, 0600U);
+    EXPECT_FALSE(OpenedBlock::open(name, BlockAccess::ReadOnly)->isOwned());
+    block.markAsOwned();
+    EXPECT_EQ(statusOf(name).st_mode & 07777U, 01600U);
+}
+
+TEST(SharedMemory, AnOwnedBlockGoesWithAKilledProcess) {
+    const WideString name = newName();
+    HoldingProcess owner([&name] {
+        static const CreatedBlock block = CreatedBlock::create(name, 4);
+        block.markAsOwned();
+        return exists(name);
+    });
+    EXPECT_TRUE(OpenedBlock::open(name, BlockAccess::ReadOnly)->isOwned());
+    owner.kill();
+    EXPECT_FALSE(exists(name));
+    // Its name is still taken, until the next one closes it.
+    EXPECT_TRUE(CreatedBlock::create(name, 4).alreadyExisted());
+    const CreatedBlock next = CreatedBlock::create(name, 4);
+    EXPECT_FALSE(next.alreadyExisted());
+    EXPECT_TRUE(exists(name));
+}
+
+// Where the lock is somebody else's the block stays without a mark.
+TEST(SharedMemory, OnlyTheHolderOfTheLockMarksABlock) {
+    const WideString name = newName();
+    const HoldingProcess owner([&name] {
+        return make_block(objectName(name).c_str(), "left", 4) >= 0 &&
+               chmod(blockPath(name).c_str(), 0600) == 0;
+    });
+    const CreatedBlock block = CreatedBlock::create(name, 4);
+    ASSERT_TRUE(block.alreadyExisted());
+    block.markAsOwned();
+    EXPECT_EQ(statusOf(name).st_mode & 07777U, 0600U);
+}
+
+// A block that is not there to be mapped has nothing to lock or mark.
+TEST(SharedMemory, MarkingABlockThatCouldNotBeMadeDoesNothing) {
+    CreatedBlock::create(u"a/b", 4).markAsOwned();
 }
 
 // No more of the memory goes into a block than is wanted, whatever the one who left it has claimed.

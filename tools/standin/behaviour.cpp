@@ -4,10 +4,11 @@
 
 namespace q7standin {
 
-Behaviour::Behaviour(const Misbehaviour& misbehaviour, Transcript& transcript,
+Behaviour::Behaviour(const Misbehaviour& misbehaviour, Transcript& transcript, MessageLog& log,
                      std::function<void(int)> pause, std::function<void()> die)
     : misbehaviour_(misbehaviour),
       transcript_(transcript),
+      log_(log),
       pause_(std::move(pause)),
       die_(std::move(die)) {}
 
@@ -23,6 +24,8 @@ void Behaviour::answer(Channel& channel, const std::string& field,
         channel.send(bytes);
         return;
     }
+    // Clients take what one read gives them, and go on before the rest is there.
+    log_.disturbed();
     for (std::size_t i = 0; i < bytes.size(); ++i) {
         if (i > 0) pause_(1);
         channel.send(bytes.subspan(i, 1));

@@ -9,6 +9,7 @@
 #include <string>
 
 #include "standin/channel.h"
+#include "standin/message_log.h"
 #include "standin/transcript.h"
 
 namespace q7standin {
@@ -31,7 +32,7 @@ class Behaviour {
   public:
     // pause: waits for so many milliseconds
     // die:   ends the process at once; in a test it may return
-    Behaviour(const Misbehaviour& misbehaviour, Transcript& transcript,
+    Behaviour(const Misbehaviour& misbehaviour, Transcript& transcript, MessageLog& log,
               std::function<void(int)> pause, std::function<void()> die);
 
     // All throw ClosedOnPurpose when the time for it has come, and what Channel::send throws.
@@ -45,6 +46,7 @@ class Behaviour {
 
     Misbehaviour misbehaviour_;
     Transcript& transcript_;
+    MessageLog& log_;
     std::function<void(int)> pause_;
     std::function<void()> die_;
     std::uint64_t acknowledgements_ = 0;

@@ -70,20 +70,21 @@ void MessageLog::beginConnection(std::uint64_t number) {
     connection_ = number;
     word_.reset();
     faultsOfConnection_ = 0;
+    isDisturbed_ = false;
 }
 
 void MessageLog::protocolError(Place place, std::uint64_t offset, const std::string& text) {
-    ++protocolErrors_;
+    ++(isDisturbed_ ? disturbances_ : protocolErrors_);
     fault("protocol error", place, offset, text);
 }
 
 void MessageLog::furtherProtocolErrors(std::uint64_t count) {
-    protocolErrors_ += count;
+    (isDisturbed_ ? disturbances_ : protocolErrors_) += count;
     faultsOfConnection_ += count;
 }
 
 void MessageLog::remark(Place place, std::uint64_t offset, const std::string& text) {
-    ++remarks_;
+    ++(isDisturbed_ ? disturbances_ : remarks_);
     fault("remark", place, offset, text);
 }
 
@@ -93,13 +94,17 @@ std::string MessageLog::closingLine(std::uint64_t connections) const {
                        readableSize(static_cast<double>(bytes_)) + ", " +
                        counted(protocolErrors_, "protocol error", "protocol errors");
     if (remarks_ > 0) text += ", " + counted(remarks_, "remark", "remarks");
+    if (disturbances_ > 0) {
+        text += ", " + counted(disturbances_, "fault", "faults") + " after answers in pieces";
+    }
     return text + '\n';
 }
 
 void MessageLog::fault(const std::string& kind, Place place, std::uint64_t offset,
                        const std::string& text) {
     if (++faultsOfConnection_ > shownFaults) return;
-    std::string subject = kind + ", connection " + std::to_string(connection_);
+    std::string subject = (isDisturbed_ ? "fault after an answer in pieces" : kind) +
+                          ", connection " + std::to_string(connection_);
     if (word_) subject += ", word " + std::to_string(*word_);
     const std::string where = "at byte " + std::to_string(offset) + " of the " +
                               (place == Place::Connection ? "connection" : "block");

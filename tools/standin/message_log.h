@@ -41,6 +41,9 @@ class MessageLog {
     void protocolError(Place place, std::uint64_t offset, const std::string& text);
     // More of the last ones, whose texts nobody has.
     void furtherProtocolErrors(std::uint64_t count);
+    // An answer went out in a way that puts clients out of step. What is wrong on this connection from
+    // now on is shown, and counts neither as an error of the protocol nor as a remark.
+    void disturbed() { isDisturbed_ = true; }
     // Something in what the host handed over that a renderer could stumble over.
     void remark(Place place, std::uint64_t offset, const std::string& text);
 
@@ -59,10 +62,12 @@ class MessageLog {
     std::uint64_t connection_ = 0;
     std::optional<std::uint32_t> word_;
     std::uint64_t faultsOfConnection_ = 0;
+    bool isDisturbed_ = false;
     std::uint64_t messages_ = 0;
     std::uint64_t bytes_ = 0;
     std::uint64_t protocolErrors_ = 0;
     std::uint64_t remarks_ = 0;
+    std::uint64_t disturbances_ = 0;
 };
 
 }  // namespace q7standin

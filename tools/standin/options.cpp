@@ -32,9 +32,11 @@ Examples:
       and so on, for q7-inspect; all else as JSON.
 
   q7-standin --out received --preview
-      The same, and draws each model: 0001-model.png and so on. The picture shows all of the model; once
-      a camera of it has come (FieldOfView, Position, Direction and so on, as q7-send tells them), it
-      is drawn again and shows what the camera sees of it. Images of materials are read from their files.
+      The same, and draws the last model that came with each path, 0001-model.png and so on, when no
+      client is connected or waits: a send in several forms gives one picture, and is not slowed down.
+      The picture shows all of the model, or what its camera sees (FieldOfView, Position, Direction and
+      so on, as q7-send tells them); a camera that comes later draws it again. Images of materials are
+      read from their files.
 
   q7-standin --quiet --connections 2 --exit-after 60000 --out received
       For a test: takes the plug-in file and one model, says only what was wrong, and ends; after a
@@ -136,7 +138,8 @@ void addOutput(CLI::App& app, Options& options, ChosenPreview& chosen) {
     const std::string group = "What it keeps and says";
     app.option_defaults()->group(group);
     optionalPath(app, "--out", "DIR", options.out, "Keep each message as a file in this folder");
-    app.add_flag("--preview", chosen.isWanted, "With --out: draw each model as NNNN-model.png");
+    app.add_flag("--preview", chosen.isWanted,
+                 "With --out: draw models as NNNN-model.png when idle");
     app.add_option("--preview-size", chosen.size,
                    "Its size in pixels, 960x540 if not given, at most 4096x4096")
         ->type_name("WIDTHxHEIGHT");
@@ -169,11 +172,13 @@ void addPublication(CLI::App& app, Publication& publication) {
         app.add_option(name, value, help)->type_name("N");
     };
     number("--status", publication.status, "The status at first, 1 if not given");
-    number("--status-after-plugin", publication.statusAfterPlugin,
-           "The status after the plug-in file has come, 4 if not given");
+    number(
+        "--status-after-plugin", publication.statusAfterPlugin,
+        "The status after the plug-in file has come; if not given 4, or with a raised flag the one "
+        "before it");
     number("--flag", publication.flag, "The flag at first, 0 if not given");
     number("--flag-after-plugin", publication.flagAfterPlugin,
-           "Raise the flag when the plug-in file has come");
+           "Raise the flag when the plug-in file has come, which refuses each link");
     number("--port", publication.port, "Publish this port and do not listen");
     const auto delay = [&app](const std::string& name, int& value, const std::string& help) {
         app.add_option(name, value, help)->type_name("MS")->check(notNegative());
@@ -286,7 +291,9 @@ void addMisbehaviour(CLI::App& app, Misbehaviour& misbehaviour) {
                    "Wait so long before each acknowledgement")
         ->type_name("MS")
         ->check(notNegative());
-    app.add_flag("--pieces", misbehaviour.inPieces, "Send every answer byte by byte");
+    app.add_flag("--pieces", misbehaviour.inPieces,
+                 "Send every answer byte by byte. Faults that follow on a connection count neither "
+                 "as protocol errors nor as remarks");
     app.add_flag("--abort", misbehaviour.withReset, "Reset the connection where it is closed");
 }
 

@@ -19,8 +19,9 @@ namespace q7standin {
 // What the renderer publishes, and when.
 struct Publication {
     std::uint16_t status = 1;
-    std::uint16_t statusAfterPlugin = 4;
     std::uint16_t flag = 0;
+    // 4 without one, or the status stays as it is when the flag refuses the plug-in file.
+    std::optional<std::uint16_t> statusAfterPlugin;
     std::optional<std::uint16_t> flagAfterPlugin;  // the flag stays as it is without one
     std::optional<std::uint16_t> port;             // instead of listening
     int startupDelay = 0;                          // milliseconds without any block

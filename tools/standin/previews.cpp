@@ -1,5 +1,7 @@
 #include "standin/previews.h"
 
+#include <algorithm>
+#include <chrono>
 #include <new>
 
 #include "common/byte_reader.h"
@@ -10,12 +12,11 @@ namespace q7standin {
 
 void Previews::syncBegins(const std::string& modelFile) {
     current_ = modelFile;
-    files_[current_].models.clear();
 }
 
 void Previews::modelKept(const std::string& fileName) {
     ModelFile& file = files_[current_];
-    file.models.push_back(fileName);
+    file.model = fileName;
     file.isDue = true;
 }
 
@@ -24,32 +25,52 @@ void Previews::cameraArrived(const std::string& text) {
     if (!path) return;
     ModelFile& file = files_[*path];
     file.camera = q7preview::readCamera(text);
-    file.isDue = !file.models.empty();
+    file.isDue = !file.model.empty();
     if (!file.camera) log_.note("the camera has no Position and Direction: pictures show all");
 }
 
-void Previews::draw() {
-    for (auto& [path, file] : files_) {
-        if (!file.isDue) continue;
-        file.isDue = false;
-        q7preview::PreviewOptions options = options_;
-        options.camera = file.camera;
-        for (const std::string& model : file.models)
-            draw(model, options);
+void Previews::goOn() {
+    if (drawn_.valid() && drawn_.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
+        return;
     }
+    keepDrawn();
+    begin();
 }
 
-void Previews::draw(const std::string& model, const q7preview::PreviewOptions& options) {
-    const std::string name =
-        q7tools::pathToUtf8(q7tools::pathFromUtf8(model).replace_extension(".png"));
+void Previews::finish() {
+    do {
+        keepDrawn();
+    } while (begin());
+}
+
+bool Previews::begin() {
+    const auto due =
+        std::ranges::find_if(files_, [](const auto& entry) { return entry.second.isDue; });
+    if (due == files_.end()) return false;
+    ModelFile& file = due->second;
+    file.isDue = false;
+    drawnName_ = q7tools::pathToUtf8(q7tools::pathFromUtf8(file.model).replace_extension(".png"));
+    q7preview::PreviewOptions options = options_;
+    options.camera = file.camera;
+    // The rest of the machine is the clients'.
+    options.threads = q7preview::Threads::one;
+    drawn_ = std::async(std::launch::async, [options, path = store_.pathOf(file.model)] {
+        const q7preview::Preview preview = q7preview::drawStreamFile(path, options);
+        return Picture{q7preview::pngOf(preview.image), q7preview::previewText(preview)};
+    });
+    return true;
+}
+
+void Previews::keepDrawn() {
+    if (!drawn_.valid()) return;
     try {
-        const q7preview::Preview preview = q7preview::drawStreamFile(store_.pathOf(model), options);
-        store_.keepAs(name, q7preview::pngOf(preview.image));
-        log_.note("drew " + name + ": " + q7preview::previewText(preview));
+        const Picture picture = drawn_.get();
+        store_.keepAs(drawnName_, picture.png);
+        log_.note("drew " + drawnName_ + ": " + picture.text);
     } catch (const q7tools::FormatError& error) {
-        log_.note(name + " is not drawn: " + error.what());
+        log_.note(drawnName_ + " is not drawn: " + error.what());
     } catch (const std::bad_alloc&) {
-        log_.note(name + " is not drawn: too large for the memory of this machine");
+        log_.note(drawnName_ + " is not drawn: too large for the memory of this machine");
     }
 }
 

@@ -1,10 +1,10 @@
 // Pictures of the models that are kept.
 #pragma once
 
+#include <future>
 #include <map>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "preview/preview.h"
 #include "standin/message_log.h"
@@ -12,38 +12,50 @@
 
 namespace q7standin {
 
-// Draws nothing before it is asked to, so that no client waits for a picture.
+// Draws nothing before it is asked to, and in a thread of its own, so that no client waits for a picture.
 class Previews {
   public:
     // The store keeps. It and the log must outlive this.
     Previews(const q7preview::PreviewOptions& options, const MessageStore& store, MessageLog& log)
         : options_(options), store_(store), log_(log) {}
 
-    // The models that come next belong to that model file.
+    // The models that come next belong to that model file. Only the last of them has a picture: they
+    // are the forms of one model.
     void syncBegins(const std::string& modelFile);
     void modelKept(const std::string& fileName);
-    // Of the text of a camera message. The models that came last with its model file are drawn again.
+    // Of the text of a camera message. The model that came last with its model file is drawn again.
     void cameraArrived(const std::string& text);
 
-    // Draws what has come since the last time, NAME.png beside NAME.q7mesh: what the model file's
-    // camera sees, or all of the model when none has come that sees anything of it. Throws
-    // q7tools::FileError.
-    void draw();
+    // To be called when nobody waits: begins a picture of what has come since the last time, and keeps
+    // the one before when it is drawn. NAME.png beside NAME.q7mesh shows what the model file's camera
+    // sees, or all of the model when none has come that sees anything of it. Throws q7tools::FileError.
+    void goOn();
+    // Waits until all pictures are drawn. Throws q7tools::FileError.
+    void finish();
 
   private:
     struct ModelFile {
-        std::vector<std::string> models;
+        std::string model;  // empty before one has come
         std::optional<q7preview::SceneCamera> camera;
         bool isDue = false;
     };
 
-    void draw(const std::string& model, const q7preview::PreviewOptions& options);
+    struct Picture {
+        std::string png;
+        std::string text;
+    };
+
+    // False when there is nothing to draw.
+    bool begin();
+    void keepDrawn();
 
     const q7preview::PreviewOptions options_;
     const MessageStore& store_;
     MessageLog& log_;
     std::map<std::string, ModelFile> files_;
     std::string current_;
+    std::string drawnName_;
+    std::future<Picture> drawn_;
 };
 
 }  // namespace q7standin

@@ -27,19 +27,22 @@ void store(std::span<std::byte> view, std::size_t offset, std::uint16_t value) {
 // What a process that was killed has left behind may be of any size, so it goes first.
 CreatedBlock makeBlock(WideView name, std::uint32_t size) {
     CreatedBlock block = CreatedBlock::create(name, size);
-    if (!block.alreadyExisted()) return block;
-    { const CreatedBlock removed = std::move(block); }
-    return CreatedBlock::create(name, size);
+    if (block.alreadyExisted()) {
+        { const CreatedBlock removed = std::move(block); }
+        block = CreatedBlock::create(name, size);
+    }
+    block.markAsOwned();
+    return block;
 }
 
 }  // namespace
 
-bool isStatusPublished() {
+bool isRendererAlive() {
     // A client that looks at the block of a renderer that has just ended holds it for a moment.
     for (int attempt = 0; attempt < 20; ++attempt) {
-        if (!platform::OpenedBlock::open(statusBlockName, platform::BlockAccess::ReadOnly)) {
-            return false;
-        }
+        const auto block =
+            platform::OpenedBlock::open(statusBlockName, platform::BlockAccess::ReadOnly);
+        if (!block || !block->isOwned()) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     return true;

@@ -12,11 +12,10 @@ namespace q7standin {
 inline constexpr WideView statusBlockName = u"E35404FC215ED0F65A4EC1CCBB898CC8";
 inline constexpr WideView portBlockName = u"BD7A725E37C60EEFD473703CF7EC26DD";
 
-// Whether there is a status block that is not just about to go: a renderer runs, where the system
-// takes blocks away with the process that made them.
-bool isStatusPublished();
+// Whether there is a status block that some process owns, and that is not just about to go.
+bool isRendererAlive();
 
-// The blocks are there as long as the object is.
+// The blocks are there as long as the object is, and go with a process that is killed.
 class PublishedBlocks {
   public:
     // Takes over blocks that are there already. Nothing when they cannot be made.

@@ -28,6 +28,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
+constexpr std::uint16_t linkedStatus = 4;
 constexpr WideView lockName = u"q7_standin_runs";
 
 // Something keeps the renderer from running at all.
@@ -96,7 +97,7 @@ class Renderer {
           transcriptFile_(options.transcript),
           transcript_(transcriptFile_.stream()),
           behaviour_(
-              options.misbehaviour, transcript_, [this](int time) { pause(time); },
+              options.misbehaviour, transcript_, log_, [this](int time) { pause(time); },
               surroundings.die),
           services_{.answers = options.answers,
                     .patience = options.patience,
@@ -117,6 +118,8 @@ class Renderer {
             log_.note(surroundings_.wasInterrupted() ? "interrupted" : "the time is up");
         }
         blocks_.reset();
+        listener_.reset();
+        if (previews_) previews_->finish();
         return finish();
     }
 
@@ -161,7 +164,11 @@ class Renderer {
                 continue;
             }
             const platform::SocketHandle client = listener_->accept(waitSlice);
-            if (client != platform::noSocket) serveClient(client);
+            if (client != platform::noSocket) {
+                serveClient(client);
+            } else if (previews_) {
+                previews_->goOn();
+            }
         }
     }
 
@@ -179,7 +186,6 @@ class Renderer {
             log_.note("connection " + std::to_string(number) + " was closed on purpose");
         }
         transcript_.connectionEnds(number, how);
-        if (previews_) previews_->draw();
     }
 
     void takePlugin(const WideString& file) {
@@ -188,9 +194,14 @@ class Renderer {
             log_.note("that is not the plug-in file that the launcher was given");
         }
         pause(publication.linkDelay);
-        // Clients look at the flag first.
-        if (publication.flagAfterPlugin) blocks_->setFlag(*publication.flagAfterPlugin);
-        blocks_->setStatus(publication.statusAfterPlugin);
+        // Clients look at the flag first, and at its low byte alone.
+        const std::uint16_t flag = publication.flagAfterPlugin.value_or(0);
+        if (publication.flagAfterPlugin) blocks_->setFlag(flag);
+        if (publication.statusAfterPlugin) {
+            blocks_->setStatus(*publication.statusAfterPlugin);
+        } else if ((flag & 0xFF) == 0) {
+            blocks_->setStatus(linkedStatus);
+        }
     }
 
     int finish() {
@@ -247,10 +258,7 @@ class Renderer {
 int runAlone(const Options& options, const Surroundings& surroundings) {
     const auto lock = platform::InstanceLock::take(lockName);
     if (!lock) throw CannotRun("another q7-standin runs on this machine");
-#if defined(_WIN32)
-    // Elsewhere blocks outlive a process that was killed, and are taken over.
-    if (isStatusPublished()) throw CannotRun("a renderer runs on this machine");
-#endif
+    if (isRendererAlive()) throw CannotRun("a renderer runs on this machine");
     return Renderer(options, surroundings).run();
 }
 

@@ -40,6 +40,30 @@ off_t sizeOf(int descriptor) {
     return fstat(descriptor, &status) == 0 ? status.st_size : 0;
 }
 
+// An owner marks its block with this bit, which has no other meaning for a file, and locks the first
+// byte: the system releases the lock when the owner ends, and leaves the mark.
+constexpr mode_t ownersMark = S_ISVTX;
+
+struct flock firstByte(short type) {
+    struct flock range = {};
+    range.l_type = type;
+    range.l_whence = SEEK_SET;
+    range.l_len = 1;
+    return range;
+}
+
+enum class Owner { None, Alive, Dead };
+
+Owner ownerOf(int descriptor) {
+    struct stat status = {};
+    struct flock range = firstByte(F_RDLCK);
+    if (fstat(descriptor, &status) != 0 || (status.st_mode & ownersMark) == 0 ||
+        fcntl(descriptor, F_OFD_GETLK, &range) != 0) {
+        return Owner::None;
+    }
+    return range.l_type == F_UNLCK ? Owner::Dead : Owner::Alive;
+}
+
 // A shared memory object mapped from its first byte on; empty when that fails.
 class View {
   public:
@@ -116,10 +140,14 @@ OpenedBlock::~OpenedBlock() = default;
 
 std::optional<OpenedBlock> OpenedBlock::open(WideView name, BlockAccess access) {
     Descriptor descriptor(shm_open(objectName(name).c_str(), O_RDWR, 0));
-    if (!descriptor.valid()) return std::nullopt;
+    if (!descriptor.valid() || ownerOf(descriptor.value()) == Owner::Dead) return std::nullopt;
     const int protection = access == BlockAccess::ReadWrite ? PROT_READ | PROT_WRITE : PROT_READ;
     View view(descriptor.value(), protection, sizeOf(descriptor.value()));
     return OpenedBlock(std::make_unique<Mapping>(std::move(descriptor), std::move(view)));
+}
+
+bool OpenedBlock::isOwned() const {
+    return ownerOf(mapping_->descriptor.value()) == Owner::Alive;
 }
 
 std::span<std::byte> OpenedBlock::view() const {
@@ -179,6 +207,14 @@ CreatedBlock CreatedBlock::create(WideView name, std::uint32_t size) {
         }
     }
     return CreatedBlock(std::move(mapping));
+}
+
+void CreatedBlock::markAsOwned() const {
+    const int descriptor = mapping_->descriptor.value();
+    // A lock of the open file, not of the process: that one would go with any other descriptor of the
+    // block that the process closes. The mark comes second: without a lock it says that the owner died.
+    struct flock range = firstByte(F_WRLCK);
+    if (fcntl(descriptor, F_OFD_SETLK, &range) == 0) fchmod(descriptor, 0600 | ownersMark);
 }
 
 bool CreatedBlock::alreadyExisted() const {

@@ -64,6 +64,10 @@ std::optional<OpenedBlock> OpenedBlock::open(WideView name, BlockAccess access) 
     return OpenedBlock(std::unique_ptr<Mapping>(new Mapping{std::move(object)}));
 }
 
+bool OpenedBlock::isOwned() const {
+    return mapping_ != nullptr;
+}
+
 std::span<std::byte> OpenedBlock::view() const {
     return mapping_->object.bytes();
 }
@@ -102,6 +106,8 @@ CreatedBlock CreatedBlock::create(WideView name, std::uint32_t size) {
     MappedObject mapped(handle, FILE_MAP_ALL_ACCESS);
     return CreatedBlock(std::unique_ptr<Mapping>(new Mapping{existed, std::move(mapped)}));
 }
+
+void CreatedBlock::markAsOwned() const {}
 
 bool CreatedBlock::alreadyExisted() const {
     return mapping_->alreadyExisted;

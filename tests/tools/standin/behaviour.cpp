@@ -26,12 +26,21 @@ class CountingClient : public ScriptedClient {
 class Answering : public testing::Test {
   protected:
     Behaviour with(const Misbehaviour& misbehaviour) {
-        return {misbehaviour, transcript, [this](int time) { pauses.push_back(time); },
+        return {misbehaviour, transcript, log, [this](int time) { pauses.push_back(time); },
                 [this] { ++deaths; }};
     }
 
+    // Whether what the client does wrong from now on counts.
+    bool isBlamed() {
+        const std::uint64_t before = log.protocolErrorCount();
+        log.protocolError(Place::Connection, 0, "wrong");
+        return log.protocolErrorCount() > before;
+    }
+
     std::ostringstream out;
+    std::ostringstream said;
     Transcript transcript{&out};
+    MessageLog log{said, said, false, [] { return 0.0; }};
     std::vector<int> pauses;
     int deaths = 0;
     CountingClient client;
@@ -50,6 +59,7 @@ TEST_F(Answering, Well) {
               "sent: acknowledgement of the model, 4 bytes\n"
               "    00 00 00 00                                      ....\n");
     EXPECT_EQ(deaths, 0);
+    EXPECT_TRUE(isBlamed());
 }
 
 TEST_F(Answering, ClosesOnce) {
@@ -93,7 +103,10 @@ TEST_F(Answering, InPiecesAndLate) {
     misbehaviour.inPieces = true;
     misbehaviour.acknowledgementDelay = 70;
     Behaviour behaviour = with(misbehaviour);
+    behaviour.commandArrived(client, 7);
+    EXPECT_TRUE(isBlamed());
     behaviour.acknowledge(client, "a");
+    EXPECT_FALSE(isBlamed());
     EXPECT_EQ(client.sizes, (std::vector<std::size_t>{1, 1, 1, 1}));
     EXPECT_EQ(client.answers(), Bytes(4));
     EXPECT_EQ(pauses, (std::vector<int>{70, 1, 1, 1}));

@@ -59,7 +59,7 @@ class Harness {
   public:
     explicit Harness(const q7standin::Misbehaviour& misbehaviour = {})
         : behaviour(
-              misbehaviour, transcript, [](int) {}, [] {}) {}
+              misbehaviour, transcript, log, [](int) {}, [] {}) {}
 
     // Gives how the connection ended.
     std::string serve(ScriptedClient& client) {

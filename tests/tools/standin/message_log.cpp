@@ -59,6 +59,30 @@ TEST_F(Log, QuietTellsFaultsOnly) {
               "q7-standin: 1 connection, 1 message, 1 B, 2 protocol errors, 2 remarks\n");
 }
 
+TEST_F(Log, FaultsAfterAnswersInPiecesAreNotTheClients) {
+    MessageLog all = log(false);
+    all.beginConnection(1);
+    all.disturbed();
+    all.commandArrived(7);
+    all.protocolError(Place::Connection, 12, "path: wrong");
+    all.furtherProtocolErrors(3);
+    all.remark(Place::Block, 8, "odd");
+    EXPECT_EQ(all.protocolErrorCount(), 0U);
+    EXPECT_EQ(
+        errors.str(),
+        "q7-standin: fault after an answer in pieces, connection 1, word 7: at byte 12 of the "
+        "connection: path: wrong\n"
+        "q7-standin: fault after an answer in pieces, connection 1, word 7: at byte 8 of the "
+        "block: odd\n");
+    EXPECT_EQ(
+        all.closingLine(1),
+        "q7-standin: 1 connection, 0 messages, 0 B, 0 protocol errors, 5 faults after answers "
+        "in pieces\n");
+    all.beginConnection(2);
+    all.protocolError(Place::Connection, 0, "wrong");
+    EXPECT_EQ(all.protocolErrorCount(), 1U);
+}
+
 TEST_F(Log, AFloodIsCounted) {
     MessageLog all = log(false);
     all.beginConnection(1);

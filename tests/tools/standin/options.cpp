@@ -26,7 +26,7 @@ std::string errorOf(const Arguments& arguments) {
 TEST(Options, Defaults) {
     const Options options = optionsOf({});
     EXPECT_EQ(options.publication.status, 1);
-    EXPECT_EQ(options.publication.statusAfterPlugin, 4);
+    EXPECT_EQ(options.publication.statusAfterPlugin, std::nullopt);
     EXPECT_EQ(options.publication.flag, 0);
     EXPECT_EQ(options.publication.flagAfterPlugin, std::nullopt);
     EXPECT_EQ(options.publication.port, std::nullopt);

@@ -28,7 +28,7 @@ class StandinPreviews : public testing::Test {
 
     void serve(ScriptedClient& client) {
         EXPECT_EQ(harness.serve(client), "closed by the client");
-        previews.draw();
+        previews.finish();
     }
 
     void sendModel() {
@@ -67,11 +67,34 @@ TEST_F(StandinPreviews, modelsGetAPictureBesideThem) {
         line.ends_with("drew 0002-model.png: 32 x 24 pixels, 5 triangles, 1 texture not found"))
         << line;
     const std::size_t lines = harness.outLines().size();
-    previews.draw();
+    previews.finish();
     EXPECT_EQ(harness.outLines().size(), lines);
 }
 
-TEST_F(StandinPreviews, aCameraDrawsItsModelsAgain) {
+TEST_F(StandinPreviews, allThatComesInOneGoIsDrawnOnce) {
+    previews.syncBegins("C:\\a.skp");
+    for (const char* name : {"0001-model.q7mesh", "0002-model.q7mesh"}) {
+        std::ofstream(harness.folder.path() / name, std::ios::binary) << "x";
+        previews.modelKept(name);
+    }
+    previews.cameraArrived(wideToUtf8(fromAbove));
+    previews.cameraArrived(wideToUtf8(fromAbove));
+    previews.finish();
+    ASSERT_EQ(harness.outLines().size(), 1U);
+    EXPECT_NE(harness.outLines()[0].find("0002-model.png is not drawn: "), std::string::npos);
+}
+
+// A picture is begun in one call and kept in a later one.
+TEST_F(StandinPreviews, goesOnWithoutWaiting) {
+    previews.syncBegins("a");
+    previews.modelKept("missing.q7mesh");
+    EXPECT_NO_THROW(previews.goOn());
+    EXPECT_THROW(previews.finish(), q7tools::FileError);
+    previews.goOn();
+    EXPECT_EQ(harness.outLines().size(), 0U);
+}
+
+TEST_F(StandinPreviews, aCameraDrawsItsModelAgain) {
     sendModel();
     const Image whole = picture("0002-model.png");
     sendCamera(fromAbove);
@@ -80,7 +103,7 @@ TEST_F(StandinPreviews, aCameraDrawsItsModelsAgain) {
     // The next model of that file is seen by the same camera.
     sendModel();
     EXPECT_EQ(picture("0005-model.png"), seen);
-    // One that is not understood shows all again, of the last send.
+    // One that is not understood shows all again, of the last model.
     sendCamera(uR"({"Position":1,"model_file_path":"C:\\a.skp"})");
     EXPECT_EQ(picture("0005-model.png"), whole);
     EXPECT_EQ(picture("0002-model.png"), seen);
@@ -112,12 +135,12 @@ TEST_F(StandinPreviews, modelsThatCannotBeReadAreTold) {
     previews.syncBegins("a");
     previews.modelKept("0007-model.q7mesh");
     q7tools::writeWholeFile(harness.folder.path() / "0007-model.q7mesh", "x");
-    previews.draw();
+    previews.finish();
     const std::string line = harness.outLines().back();
     EXPECT_NE(line.find("0007-model.png is not drawn: "), std::string::npos) << line;
     EXPECT_FALSE(std::filesystem::exists(harness.folder.path() / "0007-model.png"));
     previews.modelKept("0008-model.q7mesh");
-    EXPECT_THROW(previews.draw(), q7tools::FileError);
+    EXPECT_THROW(previews.finish(), q7tools::FileError);
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ TEST(PublishedBlocks, AreThereAsLongAsTheObject) {
     {
         auto blocks = PublishedBlocks::publish(51234, 1, 256);
         ASSERT_TRUE(blocks);
-        EXPECT_TRUE(isStatusPublished());
+        EXPECT_TRUE(isRendererAlive());
         EXPECT_EQ(wordIn(portBlockName, 0), 51234);
         EXPECT_EQ(wordIn(statusBlockName, 0), 1);
         EXPECT_EQ(wordIn(statusBlockName, 2), 256);
@@ -35,8 +35,28 @@ TEST(PublishedBlocks, AreThereAsLongAsTheObject) {
     }
     EXPECT_EQ(wordIn(portBlockName, 0), std::nullopt);
     EXPECT_EQ(wordIn(statusBlockName, 0), std::nullopt);
-    EXPECT_FALSE(isStatusPublished());
+    EXPECT_FALSE(isRendererAlive());
 }
+
+TEST(PublishedBlocks, AreOwnedByTheirProcess) {
+    const auto blocks = PublishedBlocks::publish(51234, 1, 0);
+    ASSERT_TRUE(blocks);
+    for (const WideView name : {portBlockName, statusBlockName}) {
+        const auto block = OpenedBlock::open(name, BlockAccess::ReadOnly);
+        ASSERT_TRUE(block);
+        EXPECT_TRUE(block->isOwned());
+    }
+}
+
+#if !defined(_WIN32)
+
+// Such a block may be what a simple renderer left when it was killed.
+TEST(PublishedBlocks, ABlockWithoutAnOwnerIsNoLivingRenderer) {
+    const auto block = CreatedBlock::create(statusBlockName, 4);
+    EXPECT_FALSE(isRendererAlive());
+}
+
+#endif
 
 TEST(PublishedBlocks, WhatIsThereIsTakenOver) {
     const auto oldStatus = CreatedBlock::create(statusBlockName, 64);

@@ -133,6 +133,14 @@ class RunningRenderer : public testing::Test {
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
 
+    // Until the plug-in file has been taken: the renderer serves one connection after the other.
+    static void handOver() {
+        { RawClient().send(StreamBuilder().word(3).text(u"p.ini")); }
+        const RawClient client;
+        client.send(StreamBuilder().word(9).text(u""));
+        EXPECT_EQ(client.answer(), 0U);
+    }
+
     // Waits for an end that comes by itself.
     int join() {
         if (thread.joinable()) thread.join();
@@ -197,26 +205,70 @@ TEST_F(RunningRenderer, DrawsModelsOnRequest) {
     EXPECT_TRUE(folder.content("out/0002-model.png").starts_with("\x89PNG"));
 }
 
+// The models of a send in all forms are one model, and a picture waits until nobody else does.
+TEST_F(RunningRenderer, DrawsAModelOnceForAllConnectionsThatWait) {
+    options.connections = 4;
+    options.out = folder.path() / "out";
+    options.preview.emplace();
+    options.preview->size = {16, 16};
+    start();
+    std::optional<RawClient> raw(std::in_place);
+    std::optional<RawClient> processed(std::in_place);
+    std::optional<RawClient> cameras[2];
+    for (auto& camera : cameras)
+        camera.emplace();
+    raw->send(StreamBuilder().word(11).text(u"a.skp"));
+    EXPECT_EQ(raw->answer(), 0U);
+    EXPECT_TRUE(raw->sendModel(true));
+    EXPECT_TRUE(raw->sendModel(false));
+    raw.reset();
+    processed->send(StreamBuilder().word(7).text(u"a.skp"));
+    EXPECT_EQ(processed->answer(), 0U);
+    EXPECT_TRUE(processed->sendModel(false));
+    processed.reset();
+    for (auto& camera : cameras) {
+        camera->send(StreamBuilder().word(12).text(
+            uR"({"Direction":[0.0,0.0,-1.0],"Position":[5.0,10.0,99.0],)"
+            uR"("model_file_path":"a.skp"})"));
+        camera.reset();
+    }
+    EXPECT_EQ(join(), 0) << errors.str();
+    const std::string said = out.str();
+    const std::size_t drawn = said.find("drew ");
+    EXPECT_EQ(drawn, said.find("drew 0005-model.png: ")) << said;
+    EXPECT_EQ(said.find("drew ", drawn + 1), std::string::npos) << said;
+    EXPECT_GT(drawn, said.find("#4  word 12")) << said;
+    EXPECT_FALSE(fs::exists(folder.path() / "out/0003-model.png"));
+}
+
 TEST_F(RunningRenderer, TakesThePluginFile) {
-    options.publication.flagAfterPlugin = 1;
     start();
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 1);
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 0);
-    {
-        const RawClient client;
-        client.send(StreamBuilder().word(3).text(u"p.ini"));
-    }
-    {
-        // The renderer serves one connection after the other.
-        const RawClient client;
-        client.send(StreamBuilder().word(9).text(u""));
-        EXPECT_EQ(client.answer(), 0U);
-    }
+    handOver();
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 4);
-    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 1);
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 0);
     EXPECT_EQ(end(), 0);
     EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), std::nullopt);
     EXPECT_EQ(wordIn(q7standin::portBlockName, 0), std::nullopt);
+}
+
+// So that it refuses the next link as well.
+TEST_F(RunningRenderer, RefusesThePluginFileWithTheFlag) {
+    options.publication.flagAfterPlugin = 1;
+    start();
+    handOver();
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 1);
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 1);
+}
+
+// Only the low byte of the flag refuses.
+TEST_F(RunningRenderer, AFlagThatClientsDoNotSeeRefusesNothing) {
+    options.publication.flagAfterPlugin = 256;
+    start();
+    handOver();
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 0), 4);
+    EXPECT_EQ(wordIn(q7standin::statusBlockName, 2), 256);
 }
 
 TEST_F(RunningRenderer, ASecondOneSaysSo) {

@@ -294,6 +294,21 @@ class RunStandin(unittest.TestCase):
         process.wait(LIMIT)
         self.check_that_a_new_one_works()
 
+    @only_native("an emulator keeps its blocks elsewhere")
+    def test_renderer_that_lives(self) -> None:
+        import fcntl
+
+        with STATUS.open("w+b") as block:
+            block.write(struct.pack("<HH", 4, 0))
+            block.flush()
+            fcntl.lockf(block, fcntl.LOCK_EX, 1)
+            STATUS.chmod(0o1600)
+            code, out, errors = self.run_program("--exit-after", "0")
+            self.assertEqual((code, out), (2, ""))
+            self.assertEqual(errors, "q7-standin: cannot start: a renderer runs on this machine\n")
+            self.assertEqual(STATUS.read_bytes(), struct.pack("<HH", 4, 0))
+        self.check_that_a_new_one_works()
+
     @only_native("an emulated program gets no signals")
     def test_signals(self) -> None:
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
@@ -327,16 +342,17 @@ class RunStandin(unittest.TestCase):
         process, port = self.start_ready(
             "--connections", "2", "--out", "ö", "--preview", "--preview-size", "30x20"
         )
-        with Client(port) as client:
-            client.send(word(7) + wide("a.skp"))
-            self.assertEqual(client.answer(), word(0))
-            self.assertTrue(client.send_model())
         camera = {"Position": [0, 0, 9], "Direction": [0, 0, -1], "model_file_path": "a.skp"}
-        with Client(port) as client:
-            client.send(word(12) + wide(json.dumps(camera, separators=(",", ":"), sort_keys=True)))
+        client = Client(port)
+        with Client(port) as waiting:  # so that the program is not idle in between
+            with client:
+                client.send(word(7) + wide("a.skp"))
+                self.assertEqual(client.answer(), word(0))
+                self.assertTrue(client.send_model())
+            waiting.send(word(12) + wide(json.dumps(camera, separators=(",", ":"), sort_keys=True)))
         code, out, errors = self.finish(process)
         self.assertEqual((code, errors), (0, ""), out)
-        self.assertEqual(out.count("drew 0002-model.png: 30 x 20 pixels, 1 triangle\n"), 2)
+        self.assertEqual(out.count("drew 0002-model.png: 30 x 20 pixels, 1 triangle\n"), 1)
         png = (self.folder / "ö/0002-model.png").read_bytes()
         self.assertEqual(struct.unpack(">2I", png[16:24]), (30, 20))
 
