@@ -56,8 +56,11 @@ class LiveLink:
 
     # -- noting ----------------------------------------------------------------------------------
 
-    def note(self, depsgraph):
-        """What Blender tells of a change."""
+    def note(self, depsgraph, is_edit=True):
+        """What Blender evaluated anew.
+
+        is_edit: False after a change of the frame, with which animations list themselves but stay the same.
+        """
         if self.link.is_reading:
             return
         owners = set()
@@ -68,7 +71,7 @@ class LiveLink:
                 owners.add(original.as_pointer())
             if kind == "Image":
                 self.link.textures.forget()
-            if kind == "Action":
+            if kind == "Action" and is_edit:
                 self.link.reader.camera_paths.forget()
         if owners:
             self.link.model.forget_geometry(owners)
@@ -191,14 +194,26 @@ def _tick():
     return _POLL
 
 
-@persistent
-def _on_update(_scene, depsgraph):
+def _note(depsgraph, is_edit):
     if _live is None:
         return
     try:
-        _live.note(depsgraph)
+        _live.note(depsgraph, is_edit)
     except Exception as error:
         fail(error)
+
+
+@persistent
+def _on_update(_scene, depsgraph):
+    _note(depsgraph, is_edit=True)
+
+
+@persistent
+def _on_frame(_scene, depsgraph):
+    """A new frame, for which Blender does not call `depsgraph_update_post`."""
+    # A render sets frames of its own evaluated scene, in a thread of its own.
+    if depsgraph.mode == "VIEWPORT":
+        _note(depsgraph, is_edit=False)
 
 
 @persistent
@@ -215,6 +230,7 @@ def _on_load(*_):
 
 _HANDLERS = (
     (bpy.app.handlers.depsgraph_update_post, _on_update),
+    (bpy.app.handlers.frame_change_post, _on_frame),
     (bpy.app.handlers.undo_post, _on_undo),
     (bpy.app.handlers.redo_post, _on_undo),
     (bpy.app.handlers.load_pre, _on_load),

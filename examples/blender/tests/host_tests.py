@@ -782,7 +782,7 @@ class Views(HostTest):
 
 
 class Live(HostTest):
-    def begin(self):
+    def begin(self, read=("a", "c")):
         """A red pyramid in two places and a blue one, a light and a camera."""
         self.red, self.blue = self.material("Red"), self.material("Blue")
         self.shared = self.mesh("shared", [self.red])
@@ -795,7 +795,7 @@ class Live(HostTest):
         self.renderer = self.standin()
         self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
         self.reader = live.current().link.reader
-        self.assertEqual(list(self.reader.read_names), ["a", "c"])
+        self.assertEqual(sorted(self.reader.read_names), list(read))
         self.forget()
 
     def forget(self):
@@ -985,6 +985,87 @@ class Live(HostTest):
         self.assertEqual([x for _, _, x in self.places()], [1, 2, 10])
         self.assertEqual(live.status.text, "Live: model sent")
         self.end()
+
+    def skin(self):
+        """A mesh that an armature deforms: 5 m along x at frame 2."""
+        armature = bpy.data.armatures.new("armature")
+        rig = self.place("rig", armature)
+        bpy.context.view_layer.objects.active = rig
+        bpy.ops.object.mode_set(mode="EDIT")
+        armature.edit_bones.new("bone").tail = (1, 0, 0)
+        bpy.ops.object.mode_set(mode="OBJECT")
+        skin = self.place("skin", self.mesh("skin"))
+        skin.vertex_groups.new(name="bone").add(range(5), 1, "REPLACE")
+        skin.modifiers.new("", "ARMATURE").object = rig
+        bone = rig.pose.bones["bone"]
+        for frame, y in ((1, 0), (2, 5)):
+            bone.location = (0, y, 0)
+            bone.keyframe_insert("location", frame=frame)
+
+    def expect_fresh(self):
+        """What arrived last is what an export of the scene has now."""
+        last = self.models(self.renderer)[-1]
+        fresh = self.folder / "fresh.q7mesh"
+        self.assertEqual(bpy.ops.q7.export_stream(filepath=str(fresh)), {"FINISHED"})
+        code, out = inspect("--compare", "--link", fresh, last)
+        self.assertEqual(code, 0, out)
+
+    def test_a_frame_that_a_script_sets(self):
+        self.skin()
+        self.begin(read=["a", "c", "skin"])
+        for frame in (2, 1):
+            bpy.context.scene.frame_set(frame)
+            self.assertTrue(live.current()._is_dirty)
+            self.assertEqual(self.flush(), (["model"], ["skin"]))
+            self.expect_fresh()
+        bpy.context.scene.frame_set(2)
+        self.a.location.x = 1
+        self.assertEqual(self.flush(), (["model"], ["skin"]))
+        self.expect_fresh()
+        self.end()
+
+    def test_a_frame_that_moves_an_object(self):
+        self.begin()
+        for frame, x in ((1, 10), (2, 12)):
+            self.c.location.x = x
+            self.c.keyframe_insert("location", frame=frame)
+        bpy.context.scene.frame_set(1)
+        self.flush()
+        bpy.context.scene.frame_set(2)
+        self.assertTrue(live.current()._is_dirty)
+        self.assertEqual(self.flush(), (["model"], []))
+        self.assertEqual(self.places()[-1], ("c_Blue", "Blue", 12))
+        self.end()
+
+    def test_frames_leave_the_ways_of_cameras(self):
+        """A camera's way is read by setting frames, which is neither told as a change nor repeated."""
+        self.begin()
+        bpy.context.scene.frame_end = 3
+        self.camera.parent = self.a
+        self.a.keyframe_insert("location", frame=1)
+        self.assertIn("animations", self.flush()[0])
+        self.assertFalse(live.current()._is_dirty)
+        slow = self.reader.camera_paths._slow
+        self.assertTrue(slow)
+        bpy.context.scene.frame_set(2)
+        self.flush()
+        self.assertIs(self.reader.camera_paths._slow, slow)
+
+    def test_frames_of_a_render_are_not_the_scene(self):
+        self.begin()
+        live._on_frame(None, types.SimpleNamespace(mode="RENDER", updates=()))
+        self.assertFalse(live.current()._is_dirty)
+
+    def test_handlers_end_with_the_link(self):
+        self.begin()
+        self.assertIn(live._on_frame, bpy.app.handlers.frame_change_post)
+        for handlers, handler in live._HANDLERS:
+            self.assertEqual(handlers.count(handler), 1)
+            self.assertTrue(hasattr(handler, "_bpy_persistent"))
+        q7_link.unregister()
+        self.addCleanup(q7_link.register)
+        for handlers, handler in live._HANDLERS:
+            self.assertNotIn(handler, handlers)
 
     def test_undo_may_have_changed_anything(self):
         self.begin()
