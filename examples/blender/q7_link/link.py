@@ -10,7 +10,9 @@ from . import library
 from .calls import Call, Progress
 from .files import save_archive, save_stream
 from .library import LinkFault
+from .identity import identity
 from .material_reader import read_material
+from .names import clean, distinct
 from .scene_reader import SceneReader, model_file
 from .sender import Model
 from .textures import Textures
@@ -37,7 +39,13 @@ def program():
 
 
 def _materials():
-    return {material.as_pointer(): material for material in bpy.data.materials}
+    return {identity(material): material for material in bpy.data.materials}
+
+
+def _names_of(materials):
+    """The name of each material by its id; the library makes "/" to "@"."""
+    names = distinct({material.name_full: clean(material.name_full) for material in materials.values()})
+    return {id: names[material.name_full] for id, material in materials.items()}
 
 
 class SceneLink:
@@ -74,7 +82,7 @@ class SceneLink:
     def update(self, context):
         """Makes the session hold the scene as it is. A generator of Progress; returns the scene."""
         self._materials = _materials()
-        names = {id: material.name for id, material in self._materials.items()}
+        names = _names_of(self._materials)
         self.model.update_materials(names)
         scene = self._read(context)
         yield Progress(0.0, "Reading the scene")

@@ -8,6 +8,7 @@ from bpy.app.handlers import persistent
 
 from . import library
 from .calls import Job
+from .identity import identity
 from .link import SceneLink
 
 QUIET = 0.2  # seconds without a change before changes are sent
@@ -68,7 +69,7 @@ class LiveLink:
             original = update.id.original
             kind = type(original).__name__
             if update.is_updated_geometry:
-                owners.add(original.as_pointer())
+                owners.add(identity(original))
             if kind == "Image":
                 self.link.textures.forget()
             if kind == "Action" and is_edit:

@@ -35,7 +35,7 @@ for folder in (HERE.parent, ROOT / "bench", ROOT / "bindings/python/tests"):
 import blender_exporters as scenes  # noqa: E402
 import package  # noqa: E402
 import q7_link  # noqa: E402
-from q7_link import link, live, operators, panel  # noqa: E402
+from q7_link import identity, link, live, operators, panel, scene_reader  # noqa: E402
 from support import LIMIT, Reader, Standin, inspect, needed  # noqa: E402
 
 TOLERANCE = 1e-5
@@ -127,6 +127,23 @@ class HostTest(unittest.TestCase):
             face.material_index = face.index % max(1, len(materials))
         mesh.update()
         return mesh
+
+    def cubes_on_points(self):
+        """What makes a modifier place a cube on each point: of a mesh that is in no object."""
+        tree = bpy.data.node_groups.new("tree", "GeometryNodeTree")
+        if hasattr(tree, "interface"):  # since 4.0
+            tree.interface.new_socket("in", in_out="INPUT", socket_type="NodeSocketGeometry")
+            tree.interface.new_socket("out", in_out="OUTPUT", socket_type="NodeSocketGeometry")
+        else:
+            tree.inputs.new("NodeSocketGeometry", "in")
+            tree.outputs.new("NodeSocketGeometry", "out")
+        first, last = tree.nodes.new("NodeGroupInput"), tree.nodes.new("NodeGroupOutput")
+        cube = tree.nodes.new("GeometryNodeMeshCube")
+        instance = tree.nodes.new("GeometryNodeInstanceOnPoints")
+        tree.links.new(first.outputs[0], instance.inputs["Points"])
+        tree.links.new(cube.outputs["Mesh"], instance.inputs["Instance"])
+        tree.links.new(instance.outputs[0], last.inputs[0])
+        return tree
 
     def material(self, name, **inputs):
         material = bpy.data.materials.new(name)
@@ -425,20 +442,7 @@ class Geometry(HostTest):
     def test_geometry_nodes(self):
         """Instances that a modifier makes: of a mesh that is in no object, on the points of one that is."""
         thing = self.place("points", self.mesh("pyramid"))
-        tree = bpy.data.node_groups.new("tree", "GeometryNodeTree")
-        if hasattr(tree, "interface"):  # since 4.0
-            tree.interface.new_socket("in", in_out="INPUT", socket_type="NodeSocketGeometry")
-            tree.interface.new_socket("out", in_out="OUTPUT", socket_type="NodeSocketGeometry")
-        else:
-            tree.inputs.new("NodeSocketGeometry", "in")
-            tree.outputs.new("NodeSocketGeometry", "out")
-        first, last = tree.nodes.new("NodeGroupInput"), tree.nodes.new("NodeGroupOutput")
-        cube = tree.nodes.new("GeometryNodeMeshCube")
-        instance = tree.nodes.new("GeometryNodeInstanceOnPoints")
-        tree.links.new(first.outputs[0], instance.inputs["Points"])
-        tree.links.new(cube.outputs["Mesh"], instance.inputs["Instance"])
-        tree.links.new(instance.outputs[0], last.inputs[0])
-        thing.modifiers.new("", "NODES").node_group = tree
+        thing.modifiers.new("", "NODES").node_group = self.cubes_on_points()
         bpy.context.view_layer.update()
         stream = self.exported()
         self.assertEqual(len(stream.meshes), 1)
@@ -523,6 +527,226 @@ class Geometry(HostTest):
             self.place(name, self.mesh(name))
         bpy.data.objects["b"].select_set(True)
         self.assertEqual(list(self.exported(selected=True).meshes), ["b_"])
+
+
+class Identities(HostTest):
+    """Names and paths by which the renderer knows what was sent before."""
+
+    def names(self):
+        """Of the scene as an export has it: mesh and path of each instance, materials, lights, scenes."""
+        file = self.folder / "scene.q7a"
+        self.assertEqual(bpy.ops.q7.export_archive(filepath=str(file)), {"FINISHED"})
+        with zipfile.ZipFile(file) as archive:
+            paths = json.loads(archive.read("info.json"))["instanceIdArray"]
+            stream = Stream(archive.read("1.q7mesh"))
+            textures = [name for name in archive.namelist() if name.startswith("textures/")]
+        places = [tuple(i["transform"].round(4).tolist()) for i in stream.instances]
+        meshes = [instance["mesh"] for instance in stream.instances]
+        folder = re.compile(r"(?<=/)q7-[^/]+(?=/texture)")  # of this export alone
+        return (
+            sorted(zip(paths, meshes, places)),
+            {name: folder.sub("", text) for name, text in sorted(stream.materials.items())},
+            sorted(textures),
+            sorted(light.name for light in self.records().lights),
+        )
+
+    def records(self):
+        return scene_reader.SceneReader().read(bpy.context)
+
+    def held(self):
+        """The same of what the live link's session holds."""
+        model = live.current().link.model
+        return sorted(
+            (placed.path, model._geometries[placed.geometry].name)
+            for placed in model._placed.values()
+        )
+
+    def library(self):
+        """Another file with an object Twin, its material Red with a texture, and a collection Tree of a
+        Leaf and a lamp."""
+        red = self.material("Red", Base_Color=(1, 0, 0, 1))
+        image = self.image("texture")
+        image.pack()
+        self.wire(red, self.image_node(red, image).outputs["Color"], "Base Color")
+        self.place("Twin", self.mesh("Twin", [red]), (5, 0, 0))
+        tree = bpy.data.collections.new("Tree")
+        bpy.context.scene.collection.children.link(tree)
+        self.place("Leaf", self.mesh("Leaf"), (0, 5, 0), tree)
+        self.place("Lamp", bpy.data.lights.new("Lamp", "POINT"), (0, 6, 0), tree)
+        self.points("Points", tree)
+        bpy.ops.wm.save_as_mainfile(filepath=str(self.folder / "lib.blend"))
+        bpy.ops.wm.read_factory_settings(use_empty=True)
+
+    def points(self, name, collection=None):
+        """An object with a cube on each of its points, by a modifier."""
+        thing = self.place(name, self.mesh(name), collection=collection)
+        thing.modifiers.new("", "NODES").node_group = self.cubes_on_points()
+        return thing
+
+    def scene(self, is_turned=False):
+        """Twins of this file and of the library, trees in trees, and points.
+
+        is_turned: with everything made in the other order
+        """
+        self.library()
+        makers = [self.link_twin, self.make_twin, self.make_trees, self.make_points]
+        for maker in reversed(makers) if is_turned else makers:
+            maker()
+        bpy.context.view_layer.update()
+
+    def link_twin(self):
+        with bpy.data.libraries.load(str(self.folder / "lib.blend"), link=True) as (_, wanted):
+            wanted.objects = ["Twin"]
+        bpy.context.scene.collection.objects.link(wanted.objects[0])
+
+    def make_twin(self):
+        red = self.material("Red", Base_Color=(0.5, 0, 0, 1))
+        image = self.image("texture")
+        image.pack()
+        self.wire(red, self.image_node(red, image).outputs["Color"], "Base Color")
+        twin = self.place("Twin", self.mesh("Twin", [red]))
+        other = self.place("Tw@in", self.mesh("Tw@in"), (0, 20, 0))
+        self.place("Tw/in", self.mesh("Tw/in"), (0, 21, 0)).parent = twin
+        self.place("Tw_in", other.data, (0, 22, 0))
+        self.place("Tw/in2", self.mesh("Tw_in2"), (0, 23, 0))
+
+    def make_trees(self):
+        with bpy.data.libraries.load(str(self.folder / "lib.blend"), link=True) as (_, wanted):
+            wanted.collections = ["Tree"]
+        wood = bpy.data.collections.new("Wood")
+        for x in (0, 10):
+            twig = self.place(f"twig{x}", None, (x, 0, 10), wood)
+            twig.instance_type, twig.instance_collection = "COLLECTION", wanted.collections[0]
+        for y in (0, 100):
+            tree = self.place(f"tree{y}", None, (0, y, 0))
+            tree.instance_type, tree.instance_collection = "COLLECTION", wood
+
+    def make_points(self):
+        self.points("points")
+
+    def test_paths(self):
+        self.scene()
+        (instances, materials, textures, lights) = self.names()
+        paths = [path.rpartition("/")[0] for path, _, _ in instances]
+        leaves = [f"/tree{y}/twig{x}" for y in (0, 100) for x in (0, 10)]
+        self.assertEqual(len(set(paths)), len(paths))
+        for path in (
+            ["/Twin", "/Twin [lib.blend]", "/Twin/Tw@in", "/Tw@in", "/Tw_in", "/points/#0.0"]
+            + [f"{leaf}/Leaf [lib.blend]" for leaf in leaves]
+            + [f"{leaf}/Points [lib.blend]/#4.0" for leaf in leaves]
+        ):
+            self.assertEqual(paths.count(path), 1, (path, paths))
+        self.assertEqual(set(materials), {"Red", "Red [lib.blend]", "No Material"})
+        self.assertIn("#FFFFFF", materials["Red"])
+        self.assertEqual(lights, sorted(f"{leaf[1:]}/Lamp [lib.blend]" for leaf in leaves))
+        self.assertEqual(
+            [name for name in textures if name != "textures/"],
+            ["textures/texture (2).png", "textures/texture.png"],
+        )
+        meshes = {mesh for _, mesh, _ in instances}
+        for mesh in ("Twin_Red", "Twin [lib.blend]_Red [lib.blend]", "points (2)_"):
+            self.assertIn(mesh, meshes)
+
+    def test_the_order_does_not_matter(self):
+        self.scene()
+        before = self.names()
+        bpy.ops.wm.read_factory_settings(use_empty=True)
+        self.scene(is_turned=True)
+        self.assertEqual(self.names(), before)
+
+    def test_reload_and_another_session(self):
+        self.scene()
+        file = self.folder / "main.blend"
+        bpy.ops.wm.save_as_mainfile(filepath=str(file))
+        before = self.names()
+        bpy.ops.wm.open_mainfile(filepath=str(file))
+        self.assertEqual(self.names(), before)
+        script = self.folder / "script.py"
+        target = self.folder / "other.q7a"
+        script.write_text(
+            f"import sys, bpy\nsys.path.insert(0, {str(HERE.parent)!r})\nimport q7_link\n"
+            f"q7_link.register()\nbpy.ops.q7.export_archive(filepath={str(target)!r})\n"
+        )
+        command = [bpy.app.binary_path, "-b", "--factory-startup", str(file)]
+        result = subprocess.run(
+            [*command, "--python-exit-code", "1", "-P", str(script)],
+            capture_output=True,
+            text=True,
+            timeout=LIMIT,
+        )
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+        with zipfile.ZipFile(target) as archive:
+            paths = json.loads(archive.read("info.json"))["instanceIdArray"]
+            meshes = [i["mesh"] for i in Stream(archive.read("1.q7mesh")).instances]
+        self.assertEqual(
+            sorted(zip(paths, meshes)), [(path, mesh) for path, mesh, _ in before[0]]
+        )
+
+    def flush(self):
+        bpy.context.view_layer.update()
+        live.current().flush(bpy.context)
+        return self.held()
+
+    def test_undo_and_redo(self):
+        self.scene()
+        bpy.ops.ed.undo_push(message="made")
+        self.standin()
+        self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
+        made = self.held()
+        textures = dict(live.current().link.textures._written)
+        bpy.data.objects["Twin"].location.x = 3
+        bpy.data.objects["points"].location.x = 50
+        bpy.data.objects.remove(bpy.data.objects["Tw/in"])
+        bpy.data.materials["Red"].name = "Pink"
+        bpy.data.objects["Tw@in"].name = "Renamed"
+        changed = self.flush()
+        self.assertNotEqual(changed, made)
+        bpy.ops.ed.undo_push(message="changed")
+        fresh = []
+        for _ in range(3):
+            bpy.ops.ed.undo()
+            self.assertEqual(self.flush(), made)
+            self.assertEqual(live.current().link.textures._written, textures)
+            bpy.ops.ed.redo()
+            self.assertEqual([path for path, _ in self.flush()], [path for path, _ in changed])
+            fresh.append(self.held())
+        self.assertEqual(fresh[1:], fresh[:-1])
+
+    def test_renamed_there_and_back(self):
+        self.scene()
+        self.standin()
+        self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
+        made = self.held()
+        twin = bpy.data.objects["Twin"]
+        for _ in range(2):
+            twin.name = "Other"
+            paths = {path for path, _ in self.flush()}
+            self.assertLessEqual({"/Other", "/Other/Tw@in", "/Twin [lib.blend]"}, paths)
+            twin.name = "Twin"
+            self.assertEqual(self.flush(), made)
+
+    def test_names_that_are_exchanged(self):
+        first = self.place("first", self.mesh("a"))
+        second = self.place("second", self.mesh("b", faces=[(0, 1, 2)]), (5, 0, 0))
+        self.standin()
+        self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
+        first.name, second.name = "x", "first"
+        first.name = "second"
+        bpy.data.meshes["a"].name = "c"
+        bpy.data.meshes["b"].name, bpy.data.meshes["c"].name = "a", "b"
+        self.flush()
+        model = live.current().link.model
+        triangles = {
+            placed.path: model._geometries[placed.geometry].triangles
+            for placed in model._placed.values()
+        }
+        self.assertEqual(triangles, {"/second": 6, "/first": 1})
+
+    def test_numbers_of_a_newer_version(self):
+        thing = types.SimpleNamespace(session_uid=5, session_uuid=6, as_pointer=lambda: 7)
+        cases = ({"name", "session_uid"}, 5), ({"session_uuid"}, 6), ({"name"}, 7)
+        for properties, number in cases:
+            self.assertEqual(identity._identity_by(properties)(thing), number)
 
 
 class Materials(HostTest):
