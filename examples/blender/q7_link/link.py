@@ -88,7 +88,7 @@ class SceneLink:
         yield Progress(0.0, "Reading the scene")
         for fraction in self.model.update(scene, names):
             yield Progress(fraction, "Reading the scene")
-        self._tell_of_textures()
+        self._warn(scene)
         self._set_header(scene)
         return scene
 
@@ -100,12 +100,16 @@ class SceneLink:
         finally:
             self.is_reading = False
 
-    def _tell_of_textures(self):
-        missing = sorted(self.textures.missing)
+    def _warn(self, scene):
+        warnings = {
+            "Textures without a file": sorted(self.textures.missing),
+            "Left out, since hidden in the viewport (Blender renders them)": scene.left_out,
+        }
         self.warnings = []
-        if missing:
-            more = f" and {len(missing) - 3} more" if len(missing) > 3 else ""
-            self.warnings.append(f"Textures without a file: {', '.join(missing[:3])}{more}")
+        for text, names in warnings.items():
+            more = f" and {len(names) - 3} more" if len(names) > 3 else ""
+            if names:
+                self.warnings.append(f"{text}: {', '.join(names[:3])}{more}")
 
     def _set_header(self, scene):
         path = model_file()

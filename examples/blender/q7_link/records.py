@@ -95,3 +95,4 @@ class Scene:
     cameras: List[Camera] = field(default_factory=list)
     lights: List[Light] = field(default_factory=list)
     camera_paths: List[CameraPath] = field(default_factory=list)
+    left_out: List[str] = field(default_factory=list)  # names of objects that Blender would render

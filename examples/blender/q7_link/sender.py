@@ -52,6 +52,7 @@ class Model:
         self._geometries = {}
         self._placed = {}
         self._materials = {}  # id: (source name, name in the library, properties)
+        self._held_materials = set()  # all that the library has; it forgets none
         self._stale = set()
         self._leaving = []  # geometries, and nodes that are to be deleted
         self._serial = 0
@@ -76,7 +77,8 @@ class Model:
         return sum(self._geometries[p.geometry].triangles for p in self._placed.values())
 
     def material_count(self):
-        return len(self._materials)
+        """How many are sent: with the one of slots without a material, and with those no longer used."""
+        return len(self._held_materials)
 
     # -- what changed ----------------------------------------------------------------------------
 
@@ -153,6 +155,7 @@ class Model:
         parts = source.read()
         for part in parts:
             self._need_material(part.material, names)
+            self._held_materials.add(self._material_name(part.material))
         name = self._node_names.claim(source.name, "Node")
         self._geometries[placement.geometry] = _Geometry(name, parts, source.owners)
         if not parts:

@@ -145,6 +145,12 @@ class HostTest(unittest.TestCase):
         tree.links.new(instance.outputs[0], last.inputs[0])
         return tree
 
+    def points(self, name, collection=None):
+        """An object with a cube on each of its points, by a modifier."""
+        thing = self.place(name, self.mesh(name), collection=collection)
+        thing.modifiers.new("", "NODES").node_group = self.cubes_on_points()
+        return thing
+
     def material(self, name, **inputs):
         material = bpy.data.materials.new(name)
         material.use_nodes = True
@@ -344,7 +350,7 @@ class Geometry(HostTest):
     def test_transforms_are_those_of_row_vectors(self):
         thing = self.place("p", self.mesh("pyramid"), (1, 2, 3))
         thing.rotation_euler = Euler((0.3, -0.4, 1.1))
-        thing.scale = (1, 2, -3)
+        thing.scale = (1, 2, 3)
         parent = self.place("parent", None, (7, 0, 0))
         parent.rotation_euler = Euler((0, 0.5, 0))
         thing.parent = parent
@@ -522,6 +528,159 @@ class Geometry(HostTest):
         self.place("edge", points)
         self.assertEqual(self.exported().instances, [])
 
+    def expect_fronts_outside(self, stream):
+        """Corners run counter-clockwise seen from outside, in the world, and normals point there."""
+        inside = {"p": (0, 0, 0.5), "q": (5, 0, 0.5), "r": (20, 0, 1)}
+        for instance in stream.instances:
+            mesh = stream.meshes[instance["mesh"]]
+            transform = instance["transform"].reshape(4, 4).astype(float)
+            points = _moved(mesh["positions"].reshape(-1, 3), transform).reshape(-1, 3, 3)
+            normals = mesh["normals"].reshape(-1, 3) @ np.linalg.inv(transform[:3, :3]).T
+            faces = np.cross(points[:, 1] - points[:, 0], points[:, 2] - points[:, 0])
+            middle = points.mean(1)
+            near = np.array(list(inside.values()))
+            centre = near[np.abs(middle[:, None, 0] - near[:, 0]).argmin(1)]
+            self.assertGreater(np.einsum("ij,ij->i", middle - centre, faces).min(), 0)
+            turned = np.einsum("ijk,ik->ij", normals.reshape(-1, 3, 3), faces)
+            self.assertGreater(turned.min(), 0)
+
+    def test_mirrored_objects(self):
+        """Neither the renderer, by the order of corners, nor a merged mesh shows them inside out."""
+        mesh = self.mesh("pyramid", [self.material("Red")])
+        layer = mesh.uv_layers.new()
+        for corner, loop in zip(layer.data, mesh.loops):
+            corner.uv = mesh.vertices[loop.vertex_index].co.xy
+        self.place("p", mesh)
+        self.place("q", mesh, (5, 0, 0)).scale = (1, -1, 1)
+        self.place("q2", mesh, (5, 0, 0)).scale = (-1, -1, 1)
+        own = self.place("r", mesh.copy(), (20, 0, 0))
+        own.scale = (-1, 2, 3)
+        own.modifiers.new("", "TRIANGULATE")
+        self.place("flat", self.mesh("flat"), (40, 0, 0)).scale = (0, 1, 1)
+        bpy.context.view_layer.update()
+        bpy.data.objects.remove(bpy.data.objects["flat"])
+        for merged in (False, True):
+            stream = self.exported(merged=merged)
+            self.expect_placed(stream)
+            self.expect_fronts_outside(stream)
+        stream = self.exported(merged=False)
+        # What is mirrored alike shares its geometry, and uvs stay with their corners.
+        self.assertEqual(
+            [instance["mesh"] for instance in stream.instances],
+            ["p_Red", "q_Red", "p_Red", "r_Red"],
+        )
+        points, uvs = stream.corners("q_Red", "positions"), stream.corners("q_Red", "uvs", 2)
+        np.testing.assert_allclose(uvs, points[:, :2] * (-1, 1))
+
+    def test_instances_that_are_mirrored(self):
+        inner = bpy.data.collections.new("inner")
+        self.place("leaf", self.mesh("leaf"), (1, 0, 0), inner)
+        self.points("points", inner)
+        for name, scale in (("a", 1), ("b", -1)):
+            tree = self.place(name, None, (0, 0, 0))
+            tree.instance_type, tree.instance_collection = "COLLECTION", inner
+            tree.scale.x = scale
+        bpy.context.view_layer.update()
+        stream = self.exported()
+        self.expect_placed(stream)
+        self.assertEqual(len(stream.meshes), 4)
+        for instance in stream.instances:
+            transform = instance["transform"].reshape(4, 4)
+            self.assertGreater(np.linalg.det(transform[:3, :3]), 0)
+
+    def hidden_scene(self):
+        """Objects in pairs: one that is there, and one that is hidden in the way of its name."""
+        scene = bpy.context.scene.collection
+        mesh = self.mesh("pyramid")
+        icon, monitor, excluded, both = (
+            bpy.data.collections.new(name) for name in ("icon", "monitor", "excluded", "both")
+        )
+        for collection in (icon, monitor, excluded, both):
+            scene.children.link(collection)
+        icon.hide_render = monitor.hide_viewport = True
+        layers = bpy.context.view_layer.layer_collection.children
+        layers["excluded"].exclude = True
+        self.place("shown", mesh)
+        self.place("render", mesh).hide_render = True
+        self.place("eye", mesh)
+        self.place("screen", mesh).hide_viewport = True
+        self.place("in icon", mesh, collection=icon)
+        self.place("in monitor", mesh, collection=monitor)
+        self.place("in excluded", mesh, collection=excluded)
+        two = self.place("in icon and both", mesh, collection=icon)
+        both.objects.link(two)
+        light = bpy.data.lights.new("light", "POINT")
+        self.place("light", light)
+        self.place("dark", light).hide_render = True
+        tree = bpy.data.collections.new("tree")
+        below = bpy.data.collections.new("below")
+        tree.children.link(below)
+        below.hide_render = True
+        self.place("leaf", mesh, collection=tree)
+        self.place("leaf without render", mesh, collection=tree).hide_render = True
+        self.place("leaf below", mesh, collection=below)
+        dead = self.place("dead twig", None, collection=tree)
+        dead.hide_render = True
+        twig = bpy.data.collections.new("twig")
+        self.place("needle", mesh, collection=twig)
+        dead.instance_type, dead.instance_collection = "COLLECTION", twig
+        for name in ("tree", "tree without render"):
+            root = self.place(name, None)
+            root.instance_type, root.instance_collection = "COLLECTION", tree
+        root.hide_render = True
+        instancer = self.place("not itself", mesh)
+        instancer.instance_type = "VERTS"
+        instancer.show_instancer_for_render = False
+        camera = bpy.context.scene.camera = self.place("camera", bpy.data.cameras.new("c"))
+        camera.location.x = 7
+        bpy.context.view_layer.update()
+        for thing in ("eye", "camera"):
+            bpy.data.objects[thing].hide_set(True)
+        camera.hide_render = True
+
+    def test_hidden_objects(self):
+        self.hidden_scene()
+        scene = scene_reader.SceneReader().read(bpy.context)
+        self.assertEqual(
+            sorted(placement.path for placement in scene.placements),
+            ["/in icon and both", "/shown", "/tree/leaf"],
+        )
+        self.assertEqual([light.name for light in scene.lights], ["light"])
+        # Blender renders with the scene's camera, hidden or not.
+        self.assertEqual([camera.pose.position for camera in scene.cameras], [(7, 0, 0)])
+        self.assertEqual(scene.left_out, ["eye", "in monitor", "screen"])
+        self.exported()
+        self.assertEqual(
+            live.status.warnings,
+            [
+                "Left out, since hidden in the viewport (Blender renders them): "
+                "eye, in monitor, screen"
+            ],
+        )
+        self.exported(selected=True)
+        self.assertEqual(live.status.warnings, [])
+
+    def test_instances_of_what_is_not_rendered_itself(self):
+        """Geometry nodes place an object whatever its camera icon says."""
+        source = self.place("source", self.mesh("source"))
+        source.hide_render = True
+        points = self.place("points", self.mesh("points"))
+        tree = self.cubes_on_points()
+        info = tree.nodes.new("GeometryNodeObjectInfo")
+        info.inputs["Object"].default_value = source
+        info.inputs["As Instance"].default_value = True
+        instance = next(n for n in tree.nodes if n.type == "INSTANCE_ON_POINTS")
+        tree.links.new(info.outputs["Geometry"], instance.inputs["Instance"])
+        points.modifiers.new("", "NODES").node_group = tree
+        bpy.context.view_layer.update()
+        paths = [p.path for p in scene_reader.SceneReader().read(bpy.context).placements]
+        self.assertEqual(
+            [path.rpartition("/")[0] for path in paths if path != "/points"], ["/points"] * 5
+        )
+        points.hide_render = True
+        bpy.context.view_layer.update()
+        self.assertEqual(scene_reader.SceneReader().read(bpy.context).placements, [])
+
     def test_selected_objects(self):
         for name in "ab":
             self.place(name, self.mesh(name))
@@ -576,12 +735,6 @@ class Identities(HostTest):
         self.points("Points", tree)
         bpy.ops.wm.save_as_mainfile(filepath=str(self.folder / "lib.blend"))
         bpy.ops.wm.read_factory_settings(use_empty=True)
-
-    def points(self, name, collection=None):
-        """An object with a cube on each of its points, by a modifier."""
-        thing = self.place(name, self.mesh(name), collection=collection)
-        thing.modifiers.new("", "NODES").node_group = self.cubes_on_points()
-        return thing
 
     def scene(self, is_turned=False):
         """Twins of this file and of the library, trees in trees, and points.
@@ -1000,7 +1153,7 @@ class Views(HostTest):
         data = self.messages()["metadata"]
         self.assertEqual(
             {key: data[key] for key in ("Nodes", "Materials", "Triangles", "Cameras", "Lights")},
-            {"Nodes": 1, "Materials": 0, "Triangles": 6, "Cameras": 1, "Lights": 0},
+            {"Nodes": 1, "Materials": 1, "Triangles": 6, "Cameras": 1, "Lights": 0},
         )
         self.assertRegex(data["Generator"], r"^Q7 Link .* \(Blender ")
 
@@ -1119,6 +1272,42 @@ class Live(HostTest):
         self.assertEqual(self.places(), [("a_Red", "Red", 5)])
         self.c.hide_viewport = False
         self.assertEqual(self.flush(), (["model"], ["c"]))
+        self.end()
+
+    def test_what_is_not_rendered(self):
+        self.begin()
+        live.current().tick(bpy.context)
+        self.c.hide_render = True
+        bpy.context.view_layer.update()
+        self.assertTrue(live.current()._is_dirty)
+        live.current().flush(bpy.context)
+        self.assertEqual(self.places(), [("a_Red", "Red", 0), ("a_Red", "Red", 5)])
+        self.c.hide_render = False
+        self.assertEqual(self.flush(), (["model"], ["c"]))
+        self.end()
+
+    def test_an_object_that_is_mirrored_and_back(self):
+        self.begin()
+        self.c.scale.x = -1
+        self.assertEqual(self.flush(), (["model"], ["c"]))
+        self.c.scale.x = 1
+        self.assertEqual(self.flush(), (["model"], ["c"]))
+        self.assertEqual(self.places()[-1], ("c_Blue", "Blue", 10))
+        self.end()
+
+    def test_counts_are_of_what_was_sent(self):
+        self.begin()
+        self.place("bare", self.mesh("bare"), (20, 0, 0))
+        self.material("Never used")
+        for name in ("Blue", "Pink", "Grey"):
+            self.blue.name = name
+            self.flush()
+            stream, model = self.stream(self.renderer), live.current().link.model
+            self.assertEqual(model.material_count(), len(stream.materials))
+            data = self.texts(self.renderer)["metadata"]
+            self.assertEqual(data["Materials"], len(stream.materials))
+            self.assertEqual(data["Triangles"], stream.header["triangleCount"])
+        self.assertEqual(data["Nodes"], 4)
         self.end()
 
     def test_a_renamed_object(self):
@@ -1425,7 +1614,7 @@ class Faults(FaultTest):
         self.fails(bpy.ops.q7.send, "no installation")
         self.sent()
         self.assertEqual(live.status.error, "")
-        self.assertEqual(live.status.text, "1 objects, 6 triangles, 0 materials sent")
+        self.assertEqual(live.status.text, "1 objects, 6 triangles, 1 materials sent")
 
 
 class Window:
@@ -1475,7 +1664,7 @@ class InPieces(FaultTest):
             made = self.begin(operators.Q7_OT_send, self.steps())
             self.assertEqual(made.modal(self.window, self.event("MOUSEMOVE")), {"RUNNING_MODAL"})
             self.assertEqual(self.run_modal(made), {"FINISHED"})
-        self.assertEqual(self.reports, [({"INFO"}, "1 objects, 6 triangles, 0 materials sent")])
+        self.assertEqual(self.reports, [({"INFO"}, "1 objects, 6 triangles, 1 materials sent")])
         names = [call[0] for call in self.window.calls]
         for name in ("progress_begin", "progress_end", "event_timer_remove"):
             self.assertEqual(names.count(name), 1, name)

@@ -23,7 +23,13 @@ from q7_link.names import UniqueNames, clean, distinct  # noqa: E402
 from q7_link.png import png_bytes  # noqa: E402
 from q7_link.records import NO_MATERIAL, CameraPath, Part, Placement, Scene, Source  # noqa: E402
 from q7_link.sender import Model, curve_points  # noqa: E402
-from q7_link.triangles import Corners, finite, normals_by_face, split_by_material  # noqa: E402
+from q7_link.triangles import (  # noqa: E402
+    Corners,
+    finite,
+    mirrored,
+    normals_by_face,
+    split_by_material,
+)
 from support import LIMIT, Reader, needed  # noqa: E402
 
 
@@ -103,6 +109,20 @@ class Triangles(unittest.TestCase):
         positions = triangles(3)
         parts = split_by_material(np.int32([0, 0, 1]), (1, 2), positions, positions, None)
         self.assertTrue(all(np.shares_memory(part.normals, positions) for part in parts))
+
+    def test_a_mirrored_part(self):
+        values = triangles(2)
+        for normals, uvs in ((None, None), (values + 1, values[:, :2].copy())):
+            part = mirrored(Part(7, values, normals, uvs))
+            order = [2, 1, 0, 5, 4, 3]
+            self.assertEqual(part.material, 7)
+            self.assertEqual(part.positions.tolist(), (values[order] * (-1, 1, 1)).tolist())
+            if uvs is not None:
+                self.assertEqual(part.normals.tolist(), (normals[order] * (-1, 1, 1)).tolist())
+                self.assertEqual(part.uvs.tolist(), uvs[order].tolist())
+            for array in part[1:]:
+                self.assertTrue(array is None or array.flags.c_contiguous)
+                self.assertTrue(array is None or array.dtype == np.float32)
 
     def test_no_triangles(self):
         self.assertEqual(split_by_material(None, (1,), triangles(0), None, None), [])
