@@ -31,10 +31,7 @@ def root_matrix(axes, scale):
 
 def _slots(thing):
     """The ids of an evaluated object's materials, one for each slot and at least one."""
-    ids = [
-        _id_of(slot.material)
-        for slot in thing.material_slots
-    ]
+    ids = [_id_of(slot.material) for slot in thing.material_slots]
     return tuple(ids) or (NO_MATERIAL,)
 
 
