@@ -10,7 +10,9 @@ from . import library
 from .calls import Call, Progress
 from .files import save_archive, save_stream
 from .library import LinkFault
+from .identity import identity
 from .material_reader import read_material
+from .names import clean, distinct
 from .scene_reader import SceneReader, model_file
 from .sender import Model
 from .textures import Textures
@@ -37,7 +39,13 @@ def program():
 
 
 def _materials():
-    return {material.as_pointer(): material for material in bpy.data.materials}
+    return {identity(material): material for material in bpy.data.materials}
+
+
+def _names_of(materials):
+    """The name of each material by its id; the library makes "/" to "@"."""
+    names = distinct({material.name_full: clean(material.name_full) for material in materials.values()})
+    return {id: names[material.name_full] for id, material in materials.items()}
 
 
 class SceneLink:
@@ -74,13 +82,13 @@ class SceneLink:
     def update(self, context):
         """Makes the session hold the scene as it is. A generator of Progress; returns the scene."""
         self._materials = _materials()
-        names = {id: material.name for id, material in self._materials.items()}
+        names = _names_of(self._materials)
         self.model.update_materials(names)
         scene = self._read(context)
         yield Progress(0.0, "Reading the scene")
         for fraction in self.model.update(scene, names):
             yield Progress(fraction, "Reading the scene")
-        self._tell_of_textures()
+        self._warn(scene)
         self._set_header(scene)
         return scene
 
@@ -92,12 +100,16 @@ class SceneLink:
         finally:
             self.is_reading = False
 
-    def _tell_of_textures(self):
-        missing = sorted(self.textures.missing)
+    def _warn(self, scene):
+        warnings = {
+            "Textures without a file": sorted(self.textures.missing),
+            "Left out, since hidden in the viewport (Blender renders them)": scene.left_out,
+        }
         self.warnings = []
-        if missing:
-            more = f" and {len(missing) - 3} more" if len(missing) > 3 else ""
-            self.warnings.append(f"Textures without a file: {', '.join(missing[:3])}{more}")
+        for text, names in warnings.items():
+            more = f" and {len(names) - 3} more" if len(names) > 3 else ""
+            if names:
+                self.warnings.append(f"{text}: {', '.join(names[:3])}{more}")
 
     def _set_header(self, scene):
         path = model_file()

@@ -8,6 +8,7 @@ from bpy.app.handlers import persistent
 
 from . import library
 from .calls import Job
+from .identity import identity
 from .link import SceneLink
 
 QUIET = 0.2  # seconds without a change before changes are sent
@@ -56,8 +57,11 @@ class LiveLink:
 
     # -- noting ----------------------------------------------------------------------------------
 
-    def note(self, depsgraph):
-        """What Blender tells of a change."""
+    def note(self, depsgraph, is_edit=True):
+        """What Blender evaluated anew.
+
+        is_edit: False after a change of the frame, with which animations list themselves but stay the same.
+        """
         if self.link.is_reading:
             return
         owners = set()
@@ -65,10 +69,10 @@ class LiveLink:
             original = update.id.original
             kind = type(original).__name__
             if update.is_updated_geometry:
-                owners.add(original.as_pointer())
+                owners.add(identity(original))
             if kind == "Image":
                 self.link.textures.forget()
-            if kind == "Action":
+            if kind == "Action" and is_edit:
                 self.link.reader.camera_paths.forget()
         if owners:
             self.link.model.forget_geometry(owners)
@@ -191,14 +195,26 @@ def _tick():
     return _POLL
 
 
-@persistent
-def _on_update(_scene, depsgraph):
+def _note(depsgraph, is_edit):
     if _live is None:
         return
     try:
-        _live.note(depsgraph)
+        _live.note(depsgraph, is_edit)
     except Exception as error:
         fail(error)
+
+
+@persistent
+def _on_update(_scene, depsgraph):
+    _note(depsgraph, is_edit=True)
+
+
+@persistent
+def _on_frame(_scene, depsgraph):
+    """A new frame, for which Blender does not call `depsgraph_update_post`."""
+    # A render sets frames of its own evaluated scene, in a thread of its own.
+    if depsgraph.mode == "VIEWPORT":
+        _note(depsgraph, is_edit=False)
 
 
 @persistent
@@ -215,6 +231,7 @@ def _on_load(*_):
 
 _HANDLERS = (
     (bpy.app.handlers.depsgraph_update_post, _on_update),
+    (bpy.app.handlers.frame_change_post, _on_frame),
     (bpy.app.handlers.undo_post, _on_undo),
     (bpy.app.handlers.redo_post, _on_undo),
     (bpy.app.handlers.load_pre, _on_load),

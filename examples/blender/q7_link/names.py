@@ -10,6 +10,26 @@ def clean(text):
     return _CONTROL.sub(" ", text)
 
 
+def distinct(wanted, old="/", new="@"):
+    """Names no two of which are the same after `old` has become `new`, for ids with the names that they want.
+
+    Of several ids that want one name the least gets it, the others the numbers behind it in their order: the
+    names depend on what there is, and not on the order in which it was found.
+    """
+    claims = {}
+    for id, name in wanted.items():
+        claims.setdefault(name.replace(old, new), []).append(id)
+    names = dict(wanted)
+    for key, ids in claims.items():
+        number = 1
+        for id in sorted(ids)[1:] if len(ids) > 1 else ():
+            number += 1
+            while f"{key} ({number})" in claims:
+                number += 1
+            names[id] = f"{wanted[id]} ({number})"
+    return names
+
+
 class UniqueNames:
     """Hands out names no two of which are the same after `old` has become `new`.
 
@@ -19,31 +39,24 @@ class UniqueNames:
     def __init__(self, old, new):
         self._old = old
         self._new = new
-        self._taken = set()
+        self._taken = {}  # the names, and of each the name that was wanted
         self._last = {}
 
     def claim(self, wanted, nameless):
         """The wanted name, or that name with a number behind it. Never empty."""
         name = clean(wanted) or nameless
-        if self._take(name):
-            return name
         key = name.replace(self._old, self._new)
-        number = self._last.get(key, 1)
-        while True:
+        if key not in self._taken:
+            self._taken[key] = key
+            return name
+        number = self._last.get(key, 1) + 1
+        while f"{key} ({number})" in self._taken:
             number += 1
-            candidate = f"{name} ({number})"
-            if self._take(candidate):
-                self._last[key] = number
-                return candidate
+        self._last[key] = number
+        self._taken[f"{key} ({number})"] = key
+        return f"{name} ({number})"
 
     def release(self, name):
-        """Makes a name free again."""
-        key = name.replace(self._old, self._new)
-        self._taken.discard(key)
-
-    def _take(self, name):
-        key = name.replace(self._old, self._new)
-        if key in self._taken:
-            return False
-        self._taken.add(key)
-        return True
+        """Makes a name free again: the next who wants it gets the same number, or a lower one."""
+        wanted = self._taken.pop(name.replace(self._old, self._new), None)
+        self._last.pop(wanted, None)

@@ -24,7 +24,6 @@ class Placement(NamedTuple):
 
     id: tuple  # stays the same for as long as the object does
     geometry: tuple  # the key of what stands there; equal keys share it
-    name: str
     path: str
 
 
@@ -33,6 +32,7 @@ class Source(NamedTuple):
 
     owners: frozenset  # ids of the data whose change changes it
     read: Any  # a function without arguments that gives its parts
+    name: str = ""
 
 
 @dataclass
@@ -95,3 +95,4 @@ class Scene:
     cameras: List[Camera] = field(default_factory=list)
     lights: List[Light] = field(default_factory=list)
     camera_paths: List[CameraPath] = field(default_factory=list)
+    left_out: List[str] = field(default_factory=list)  # names of objects that Blender would render

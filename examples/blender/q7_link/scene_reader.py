@@ -8,13 +8,18 @@ import bpy
 import numpy as np
 from mathutils import Matrix
 
+from .identity import identity
 from .mesh_reader import read_mesh
-from .names import UniqueNames, clean
+from .names import clean, distinct
 from .records import NO_MATERIAL, Placement, Scene, Source
+from .triangles import mirrored
 from .view_reader import CameraPaths, is_light, read_camera, read_light
+from .visibility import Rendered
 
+_UNUSED = 2**31 - 1  # in the place of a persistent id's further numbers
 _PARENTS_THAT_DEFORM = {"ARMATURE", "LATTICE", "CURVE"}
 
+_MIRROR = Matrix.Diagonal((-1, 1, 1, 1))
 Y_UP = Matrix(((1, 0, 0, 0), (0, 0, 1, 0), (0, -1, 0, 0), (0, 0, 0, 1)))
 
 
@@ -26,10 +31,7 @@ def root_matrix(axes, scale):
 
 def _slots(thing):
     """The ids of an evaluated object's materials, one for each slot and at least one."""
-    ids = [
-        NO_MATERIAL if slot.material is None else slot.material.original.as_pointer()
-        for slot in thing.material_slots
-    ]
+    ids = [_id_of(slot.material) for slot in thing.material_slots]
     return tuple(ids) or (NO_MATERIAL,)
 
 
@@ -44,7 +46,7 @@ def _mesh_materials(mesh, slots):
 
 
 def _id_of(material):
-    return NO_MATERIAL if material is None else material.original.as_pointer()
+    return NO_MATERIAL if material is None else identity(material.original)
 
 
 class SceneReader:
@@ -56,8 +58,6 @@ class SceneReader:
         self.selected = selected
         self.camera_paths = CameraPaths()
         self.read_names = deque(maxlen=1000)  # of the objects whose geometry was read last
-        self._paths = UniqueNames("/", "/")
-        self._path_of = {}
 
     def read(self, context, known=()):
         """The scene as it is now.
@@ -66,11 +66,13 @@ class SceneReader:
             and which may not outlive this call, is read at once unless its key is among them.
         """
         depsgraph = context.evaluated_depsgraph_get()
-        reading = _Reading(self, depsgraph, known)
+        rendered = Rendered(context.view_layer)
+        reading = _Reading(self, depsgraph, known, rendered)
         for instance in depsgraph.object_instances:
             reading.add(instance)
-        self._keep_paths_of(reading.scene.placements)
-        scene = reading.scene
+        scene = reading.finish(context.scene.camera)
+        if not self.selected:
+            scene.left_out = rendered.hidden_in_viewport(context.view_layer)
         scene.transforms = self._transforms(reading.matrices)
         self._read_cameras(reading.cameras, context.scene, scene)
         return scene
@@ -85,7 +87,7 @@ class SceneReader:
 
     def _read_cameras(self, cameras, scene, records):
         """The scene's own camera is the first."""
-        cameras.sort(key=lambda camera: camera[0].original != scene.camera)
+        cameras.sort(key=lambda c: (c[0].original != scene.camera, c[0].original.name_full))
         for thing, matrix in cameras:
             placed = self.root @ matrix
             camera = read_camera(thing, thing.data, placed, self.scale, scene.render)
@@ -93,36 +95,19 @@ class SceneReader:
         originals = [thing.original for thing, _ in cameras]
         records.camera_paths = self.camera_paths.read(originals, scene, self.root)
 
-    def path_of(self, id, wanted):
-        """A path that no other object has, and that stays the same while what is wanted does."""
-        known = self._path_of.get(id)
-        if known is not None and known[0] == wanted:
-            return known[1]
-        if known is not None:
-            self._paths.release(known[1])
-        path = self._paths.claim(wanted, "/")
-        self._path_of[id] = (wanted, path)
-        return path
-
-    def _keep_paths_of(self, placements):
-        if len(self._path_of) == len(placements):
-            return
-        kept = {placement.id for placement in placements}
-        for id in [id for id in self._path_of if id not in kept]:
-            self._paths.release(self._path_of.pop(id)[1])
-
-    def parts_of_mesh(self, mesh, materials, name):
+    def parts_of_mesh(self, mesh, materials, name, is_mirrored):
         self.read_names.append(name)
-        return read_mesh(mesh, _mesh_materials(mesh, materials))
+        parts = read_mesh(mesh, _mesh_materials(mesh, materials))
+        return [mirrored(part) for part in parts] if is_mirrored else parts
 
-    def parts_of_object(self, thing, materials, depsgraph):
+    def parts_of_object(self, thing, materials, depsgraph, is_mirrored):
         """thing: as in the file"""
         evaluated = thing.evaluated_get(depsgraph)
         if _has_mesh_at_hand(thing):
-            return self.parts_of_mesh(evaluated.data, materials, thing.name)
+            return self.parts_of_mesh(evaluated.data, materials, thing.name, is_mirrored)
         mesh = evaluated.to_mesh()
         try:
-            return self.parts_of_mesh(mesh, materials, thing.name)
+            return self.parts_of_mesh(mesh, materials, thing.name, is_mirrored)
         finally:
             evaluated.to_mesh_clear()
 
@@ -131,6 +116,10 @@ def _has_mesh_at_hand(thing):
     """Whether its evaluated data is a whole mesh: in edit mode, and with subdivision on the graphics
     card, it is not, and to_mesh makes one."""
     return thing.mode != "EDIT" and len(thing.modifiers) == 0
+
+
+def _shows_itself(thing):
+    return not thing.is_instancer or thing.show_instancer_for_render
 
 
 def _shares_data(thing):
@@ -145,46 +134,108 @@ def _shares_data(thing):
 class _Reading:
     """One walk through the scene. What Blender hands out on it is valid for one step alone."""
 
-    def __init__(self, reader, depsgraph, known):
+    def __init__(self, reader, depsgraph, known, rendered):
         self.reader = reader
         self.depsgraph = depsgraph
         self.known = known
+        self.rendered = rendered
         self.scene = Scene()
         self.matrices = []
         self.cameras = []
         self._paths = {}
         self._keys = {}
+        self._placed = []  # id and key of each placement
+        self._wanted = {}  # the path of each id
+        self._first = {}  # the least id of each key
+        # Of each instance, by the object that makes it and its numbers: original, path, whether it is rendered.
+        self._carriers = {}
+
+    def finish(self, active):
+        """The placements, with paths and names that depend on what there is alone.
+
+        active: the scene's camera, as in the file. Blender renders with it even when it is hidden.
+        """
+        if active is not None and all(thing.original != active for thing, _ in self.cameras):
+            camera = active.evaluated_get(self.depsgraph)
+            if camera.type == "CAMERA":
+                self.cameras.append((camera, camera.matrix_world.copy()))
+        paths = distinct(self._wanted, "/", "/")
+        self.scene.placements = [Placement(id, key, paths[id]) for id, key in self._placed]
+        names = distinct({id: clean(id[0]) for id in self._first.values()}, "_", "@")
+        for key, id in self._first.items():
+            self.scene.sources[key] = self.scene.sources[key]._replace(name=names[id])
+        return self.scene
 
     def add(self, instance):
         thing = instance.object
+        id, path, is_made, is_rendered = self._identify(instance, thing.original)
         # Curves, texts and metaballs are followed by the mesh that was made of them.
         if thing.type == "MESH":
-            if instance.show_self and self._is_wanted(instance):
-                self._add_placement(instance, thing)
+            if is_rendered and instance.show_self and self._is_wanted(instance):
+                self._add_placement(instance, thing, id, path, is_made)
         elif thing.type == "CAMERA" and not instance.is_instance:
             self.cameras.append((thing, instance.matrix_world.copy()))
-        elif is_light(thing):
+        elif is_rendered and is_light(thing):
             placed = self.reader.root @ instance.matrix_world
-            self.scene.lights.append(read_light(thing, thing.data, placed))
+            name = path[1:] if instance.is_instance else clean(id[0])
+            self.scene.lights.append(read_light(name, thing, thing.data, placed))
 
     def _is_wanted(self, instance):
         if not self.reader.selected:
             return True
         return (instance.parent if instance.is_instance else instance.object).original.select_get()
 
-    def _add_placement(self, instance, thing):
+    def _identify(self, instance, original):
+        """An id that is the same in another session too, the path that is wanted for it, whether its geometry
+        was made anew of the original, and whether Blender renders it."""
+        is_made = original.type != "MESH"
+        if not instance.is_instance:
+            is_rendered = self.rendered.has(original) and _shows_itself(original)
+            return (original.name_full, "", ()), self._path(original), is_made, is_rendered
+        parent = instance.parent.original
+        numbers = tuple(number for number in instance.persistent_id if number != _UNUSED)
+        carrier, above, is_rendered, told = self._carrier(parent, numbers)
+        if carrier != original:
+            name = _segment(original)
+            if carrier.instance_type != "COLLECTION" or len(told) > 1:
+                name += f" {_number(told)}"
+            elif is_rendered:
+                is_rendered = self.rendered.has_in(carrier.instance_collection, original)
+            path = f"{above}/{name}"
+        elif len(told) > 1:
+            path = f"{above}/{_number(told)}"
+        else:  # the mesh that was made of a curve
+            path = above
+        self._carriers[parent, numbers] = original, path, is_rendered
+        id = (original.name_full, parent.name_full, numbers)
+        return id, path, is_made or carrier == original, is_rendered
+
+    def _carrier(self, parent, numbers):
+        """The object that makes an instance, its path, whether Blender renders it, and which of the numbers are
+        the instance's own.
+
+        numbers: Blender's persistent id. The inner ones are the first; behind those of an instance are those of
+            its carrier, which comes before it.
+        """
+        for own in range(1, len(numbers)):
+            carrier = self._carriers.get((parent, numbers[own:]))
+            if carrier is not None:
+                return *carrier, numbers[:own]
+        return parent, self._path(parent), self.rendered.has(parent), numbers
+
+    def _add_placement(self, instance, thing, id, path, is_made):
         original = thing.original
-        parent = instance.parent.original if instance.is_instance else None
-        id, wanted = (original.as_pointer(),), self._path(original)
-        if parent is not None:
-            id = (parent.as_pointer(), *id, *instance.persistent_id)
-            if parent != original:
-                wanted = f"{self._path(parent)}/{_segment(original)}"
-        is_made = parent == original or original.type != "MESH"
-        key = self._made(thing, original) if is_made else self._key(thing, original)
-        path = self.reader.path_of(id, wanted)
-        self.scene.placements.append(Placement(id, key, clean(original.name), path))
-        self.matrices.append(instance.matrix_world.copy())
+        matrix = instance.matrix_world.copy()
+        # Where the order of corners tells the front of a triangle, a mirroring turns objects inside out, and
+        # the library turns normals with it when it merges meshes. So the geometry is mirrored instead.
+        is_mirrored = matrix.is_negative
+        key = (self._made if is_made else self._key)(thing, original, is_mirrored)
+        if is_mirrored:
+            matrix @= _MIRROR
+        self._placed.append((id, key))
+        self._wanted[id] = path
+        self._first[key] = min(id, self._first.get(key, id))
+        self.matrices.append(matrix)
 
     def _path(self, original):
         path = self._paths.get(original)
@@ -193,39 +244,45 @@ class _Reading:
             path = self._paths[original] = f"{above}/{_segment(original)}"
         return path
 
-    def _key(self, thing, original):
-        found = self._keys.get(original)
+    def _key(self, thing, original, is_mirrored):
+        found = self._keys.get((original, is_mirrored))
         if found is not None:
             return found
         slots = _slots(thing)
         if _shares_data(original):
-            data = original.data.as_pointer()
+            data = identity(original.data)
             owners = {data}
-            key = ("data", data, slots)
+            key = ("data", data, slots, is_mirrored)
         else:
-            owners = {original.as_pointer(), original.data.as_pointer()}
-            key = ("object", original.as_pointer(), slots)
+            owners = {identity(original), identity(original.data)}
+            key = ("object", identity(original), slots, is_mirrored)
         if key not in self.scene.sources:
-            read = partial(self.reader.parts_of_object, original, slots, self.depsgraph)
+            read = partial(
+                self.reader.parts_of_object, original, slots, self.depsgraph, is_mirrored
+            )
             self.scene.sources[key] = Source(frozenset(owners), read)
-        self._keys[original] = key
+        self._keys[original, is_mirrored] = key
         return key
 
-    def _made(self, thing, original):
+    def _made(self, thing, original, is_mirrored):
         """Geometry that Blender made of something else, and placed: by modifiers, or of a curve."""
         slots = _slots(thing)
-        key = ("made", original.as_pointer(), thing.data.as_pointer(), slots)
+        key = ("made", identity(original), thing.data.as_pointer(), slots, is_mirrored)
         if key not in self.scene.sources:
-            owners = frozenset({original.as_pointer(), original.data.as_pointer()})
+            owners = frozenset({identity(original), identity(original.data)})
             parts = []
             if key not in self.known:
-                parts = self.reader.parts_of_mesh(thing.data, slots, original.name)
+                parts = self.reader.parts_of_mesh(thing.data, slots, original.name, is_mirrored)
             self.scene.sources[key] = Source(owners, lambda: parts)
         return key
 
 
+def _number(numbers):
+    return "#" + ".".join(map(str, reversed(numbers)))
+
+
 def _segment(thing):
-    return clean(thing.name).replace("/", "@")
+    return clean(thing.name_full).replace("/", "@")
 
 
 def model_file():

@@ -52,6 +52,7 @@ class Model:
         self._geometries = {}
         self._placed = {}
         self._materials = {}  # id: (source name, name in the library, properties)
+        self._held_materials = set()  # all that the library has; it forgets none
         self._stale = set()
         self._leaving = []  # geometries, and nodes that are to be deleted
         self._serial = 0
@@ -76,7 +77,8 @@ class Model:
         return sum(self._geometries[p.geometry].triangles for p in self._placed.values())
 
     def material_count(self):
-        return len(self._materials)
+        """How many are sent: with the one of slots without a material, and with those no longer used."""
+        return len(self._held_materials)
 
     # -- what changed ----------------------------------------------------------------------------
 
@@ -109,24 +111,24 @@ class Model:
         names: those of the materials, by their ids
         """
         wanted = {placement.id for placement in scene.placements}
+        self._stale |= self._geometries.keys() - scene.sources.keys()
         for id in [id for id, placed in self._placed.items() if placed.geometry in self._stale]:
             self._remove(id)
         self._delete_leaving()
-        self._forget(self._stale)
-        self._stale = set()
+        self._forget_stale()
         for done, (placement, matrix) in enumerate(zip(scene.placements, scene.transforms)):
             self._update_placement(placement, matrix, scene.sources, names)
             yield (done + 1) / len(wanted)
         for id in [id for id in self._placed if id not in wanted]:
             self._remove(id)
         self._delete_leaving()
-        self._forget([key for key, geometry in self._geometries.items() if not geometry.users])
 
-    def _forget(self, keys):
+    def _forget_stale(self):
         """Their meshes leave the library at the next send, and what is begun by their names before then
         takes their places."""
-        for key in keys:
+        for key in self._stale:
             self._node_names.release(self._geometries.pop(key).name)
+        self._stale = set()
 
     def _update_placement(self, placement, matrix, sources, names):
         before = self._placed.get(placement.id)
@@ -153,7 +155,8 @@ class Model:
         parts = source.read()
         for part in parts:
             self._need_material(part.material, names)
-        name = self._node_names.claim(placement.name, "Node")
+            self._held_materials.add(self._material_name(part.material))
+        name = self._node_names.claim(source.name, "Node")
         self._geometries[placement.geometry] = _Geometry(name, parts, source.owners)
         if not parts:
             return None

@@ -32,6 +32,11 @@ def _plain(name):
     return os.path.splitext(kept)[0].strip(" .") or "texture"
 
 
+def _is_inside(image):
+    """Whether the .blend file alone has it."""
+    return image.packed_file is not None or image.source in ("GENERATED", "VIEWER")
+
+
 class Textures:
     """Tells the file of each image, and writes those that are in the .blend file alone."""
 
@@ -39,13 +44,12 @@ class Textures:
         self.folder = folder  # made when it is needed
         self.missing = set()  # names of images without a file
         self._names = UniqueNames("\0", "\0")
+        self._name_of = {}
         self._written = {}
 
     def path_of(self, image):
         """The whole path of an image's file, or None when there is nothing to write."""
-        if image.packed_file is None and image.source not in ("GENERATED", "VIEWER"):
-            return self._file_of(image)
-        return self._write(image)
+        return self._write(image) if _is_inside(image) else self._file_of(image)
 
     def forget(self):
         """Images may have changed: what is packed is written anew."""
@@ -67,7 +71,7 @@ class Textures:
         return path
 
     def _write(self, image):
-        key = image.as_pointer()
+        key = image.name_full
         done, path = self._written.get(key, (None, None))
         if done:
             return path
@@ -76,13 +80,22 @@ class Textures:
             self.missing.add(image.name)
             return None
         if path is None:
-            wanted = _plain(os.path.basename(image.filepath) or image.name)
-            path = os.path.join(self.folder, self._names.claim(wanted, "texture") + extension)
+            path = os.path.join(self.folder, self._file_name(image) + extension)
         os.makedirs(self.folder, exist_ok=True)
         with open(path, "wb") as file:
             file.write(data)
         self._written[key] = (True, path)
         return path
+
+    def _file_name(self, image):
+        """Without an extension. Images get theirs in the order of their names, whichever is needed first."""
+        images = {other.name_full: other for other in bpy.data.images if _is_inside(other)}
+        for gone in self._name_of.keys() - images.keys():
+            self._names.release(self._name_of.pop(gone))
+        for key in sorted(images.keys() - self._name_of.keys()):
+            wanted = _plain(os.path.basename(images[key].filepath) or images[key].name)
+            self._name_of[key] = self._names.claim(wanted, "texture")
+        return self._name_of[image.name_full]
 
     @staticmethod
     def _content(image):

@@ -99,3 +99,16 @@ def _rows(array, start, end, triangles):
         return None
     width = array.size // (3 * triangles)
     return array.reshape(triangles, 3 * width)[start:end].reshape(-1, width)
+
+
+def mirrored(part):
+    """The part mirrored in x, with the corners of each triangle in the other order: its front stays outside."""
+    turned = part.positions.shape[0] // 3, 3, -1
+    mirror = np.array((-1, 1, 1), np.float32)
+    positions, normals, uvs = (
+        None if array is None else array.reshape(turned)[:, ::-1].reshape(array.shape)
+        for array in (part.positions, part.normals, part.uvs)
+    )
+    return Part(
+        part.material, positions * mirror, None if normals is None else normals * mirror, uvs
+    )

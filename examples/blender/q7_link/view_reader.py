@@ -40,7 +40,7 @@ def read_camera(thing, camera, matrix, scale, render):
     side = camera.sensor_height if camera.sensor_fit == "VERTICAL" else camera.sensor_width
     angle = 2 * math.atan(wider * side / (2 * camera.lens))
     return Camera(
-        name=clean(thing.name),
+        name=clean(thing.name_full),
         pose=pose_of(matrix),
         field_of_view=0.0 if is_orthographic else math.degrees(angle),
         aspect_ratio=aspect,
@@ -50,18 +50,18 @@ def read_camera(thing, camera, matrix, scale, render):
     )
 
 
-def read_light(thing, light, matrix):
+def read_light(name, thing, light, matrix):
     color = [light.energy * part for part in light.color]
     intensity = max(color)
     kind = _LIGHT_TYPES[light.type]
     record = Light(
-        name=clean(thing.name),
+        name=name,
         type=kind,
         pose=pose_of(matrix),
         color=tuple(part / intensity for part in color) if intensity > 0 else tuple(color),
         intensity=intensity,
         attenuation=(1, 0, 0) if kind == _DIRECTIONAL else (0, 0, 1),
-        group=clean(thing.parent.name) if thing.parent is not None else None,
+        group=clean(thing.parent.original.name_full) if thing.parent is not None else None,
     )
     if kind == _SPOT:
         record.outer_angle = math.degrees(light.spot_size)
@@ -201,7 +201,7 @@ def _path(name, thing, matrices, scene, root):
     times = np.array([(frame - scene.frame_start) / per_second for frame in matrices])
     poses = [pose_of(root @ matrix) for matrix in matrices.values()]
     arrays = np.array([(pose.position, pose.direction, pose.up) for pose in poses])
-    return CameraPath(name, clean(thing.name), times, arrays)
+    return CameraPath(name, clean(thing.name_full), times, arrays)
 
 
 class CameraPaths:
@@ -235,8 +235,8 @@ class CameraPaths:
     @staticmethod
     def _name(thing, cameras):
         action = _action(thing)
-        name = clean(action.name) if action is not None else clean(thing.name)
-        return name if cameras == 1 or action is None else f"{name} - {clean(thing.name)}"
+        name = clean((action or thing).name_full)
+        return name if cameras == 1 or action is None else f"{name} - {clean(thing.name_full)}"
 
 
 def is_light(thing):

@@ -35,7 +35,7 @@ for folder in (HERE.parent, ROOT / "bench", ROOT / "bindings/python/tests"):
 import blender_exporters as scenes  # noqa: E402
 import package  # noqa: E402
 import q7_link  # noqa: E402
-from q7_link import link, live, operators, panel  # noqa: E402
+from q7_link import identity, link, live, operators, panel, scene_reader  # noqa: E402
 from support import LIMIT, Reader, Standin, inspect, needed  # noqa: E402
 
 TOLERANCE = 1e-5
@@ -127,6 +127,29 @@ class HostTest(unittest.TestCase):
             face.material_index = face.index % max(1, len(materials))
         mesh.update()
         return mesh
+
+    def cubes_on_points(self):
+        """What makes a modifier place a cube on each point: of a mesh that is in no object."""
+        tree = bpy.data.node_groups.new("tree", "GeometryNodeTree")
+        if hasattr(tree, "interface"):  # since 4.0
+            tree.interface.new_socket("in", in_out="INPUT", socket_type="NodeSocketGeometry")
+            tree.interface.new_socket("out", in_out="OUTPUT", socket_type="NodeSocketGeometry")
+        else:
+            tree.inputs.new("NodeSocketGeometry", "in")
+            tree.outputs.new("NodeSocketGeometry", "out")
+        first, last = tree.nodes.new("NodeGroupInput"), tree.nodes.new("NodeGroupOutput")
+        cube = tree.nodes.new("GeometryNodeMeshCube")
+        instance = tree.nodes.new("GeometryNodeInstanceOnPoints")
+        tree.links.new(first.outputs[0], instance.inputs["Points"])
+        tree.links.new(cube.outputs["Mesh"], instance.inputs["Instance"])
+        tree.links.new(instance.outputs[0], last.inputs[0])
+        return tree
+
+    def points(self, name, collection=None):
+        """An object with a cube on each of its points, by a modifier."""
+        thing = self.place(name, self.mesh(name), collection=collection)
+        thing.modifiers.new("", "NODES").node_group = self.cubes_on_points()
+        return thing
 
     def material(self, name, **inputs):
         material = bpy.data.materials.new(name)
@@ -327,7 +350,7 @@ class Geometry(HostTest):
     def test_transforms_are_those_of_row_vectors(self):
         thing = self.place("p", self.mesh("pyramid"), (1, 2, 3))
         thing.rotation_euler = Euler((0.3, -0.4, 1.1))
-        thing.scale = (1, 2, -3)
+        thing.scale = (1, 2, 3)
         parent = self.place("parent", None, (7, 0, 0))
         parent.rotation_euler = Euler((0, 0.5, 0))
         thing.parent = parent
@@ -425,20 +448,7 @@ class Geometry(HostTest):
     def test_geometry_nodes(self):
         """Instances that a modifier makes: of a mesh that is in no object, on the points of one that is."""
         thing = self.place("points", self.mesh("pyramid"))
-        tree = bpy.data.node_groups.new("tree", "GeometryNodeTree")
-        if hasattr(tree, "interface"):  # since 4.0
-            tree.interface.new_socket("in", in_out="INPUT", socket_type="NodeSocketGeometry")
-            tree.interface.new_socket("out", in_out="OUTPUT", socket_type="NodeSocketGeometry")
-        else:
-            tree.inputs.new("NodeSocketGeometry", "in")
-            tree.outputs.new("NodeSocketGeometry", "out")
-        first, last = tree.nodes.new("NodeGroupInput"), tree.nodes.new("NodeGroupOutput")
-        cube = tree.nodes.new("GeometryNodeMeshCube")
-        instance = tree.nodes.new("GeometryNodeInstanceOnPoints")
-        tree.links.new(first.outputs[0], instance.inputs["Points"])
-        tree.links.new(cube.outputs["Mesh"], instance.inputs["Instance"])
-        tree.links.new(instance.outputs[0], last.inputs[0])
-        thing.modifiers.new("", "NODES").node_group = tree
+        thing.modifiers.new("", "NODES").node_group = self.cubes_on_points()
         bpy.context.view_layer.update()
         stream = self.exported()
         self.assertEqual(len(stream.meshes), 1)
@@ -518,11 +528,378 @@ class Geometry(HostTest):
         self.place("edge", points)
         self.assertEqual(self.exported().instances, [])
 
+    def expect_fronts_outside(self, stream):
+        """Corners run counter-clockwise seen from outside, in the world, and normals point there."""
+        inside = {"p": (0, 0, 0.5), "q": (5, 0, 0.5), "r": (20, 0, 1)}
+        for instance in stream.instances:
+            mesh = stream.meshes[instance["mesh"]]
+            transform = instance["transform"].reshape(4, 4).astype(float)
+            points = _moved(mesh["positions"].reshape(-1, 3), transform).reshape(-1, 3, 3)
+            normals = mesh["normals"].reshape(-1, 3) @ np.linalg.inv(transform[:3, :3]).T
+            faces = np.cross(points[:, 1] - points[:, 0], points[:, 2] - points[:, 0])
+            middle = points.mean(1)
+            near = np.array(list(inside.values()))
+            centre = near[np.abs(middle[:, None, 0] - near[:, 0]).argmin(1)]
+            self.assertGreater(np.einsum("ij,ij->i", middle - centre, faces).min(), 0)
+            turned = np.einsum("ijk,ik->ij", normals.reshape(-1, 3, 3), faces)
+            self.assertGreater(turned.min(), 0)
+
+    def test_mirrored_objects(self):
+        """Neither the renderer, by the order of corners, nor a merged mesh shows them inside out."""
+        mesh = self.mesh("pyramid", [self.material("Red")])
+        layer = mesh.uv_layers.new()
+        for corner, loop in zip(layer.data, mesh.loops):
+            corner.uv = mesh.vertices[loop.vertex_index].co.xy
+        self.place("p", mesh)
+        self.place("q", mesh, (5, 0, 0)).scale = (1, -1, 1)
+        self.place("q2", mesh, (5, 0, 0)).scale = (-1, -1, 1)
+        own = self.place("r", mesh.copy(), (20, 0, 0))
+        own.scale = (-1, 2, 3)
+        own.modifiers.new("", "TRIANGULATE")
+        self.place("flat", self.mesh("flat"), (40, 0, 0)).scale = (0, 1, 1)
+        bpy.context.view_layer.update()
+        bpy.data.objects.remove(bpy.data.objects["flat"])
+        for merged in (False, True):
+            stream = self.exported(merged=merged)
+            self.expect_placed(stream)
+            self.expect_fronts_outside(stream)
+        stream = self.exported(merged=False)
+        # What is mirrored alike shares its geometry, and uvs stay with their corners.
+        self.assertEqual(
+            [instance["mesh"] for instance in stream.instances],
+            ["p_Red", "q_Red", "p_Red", "r_Red"],
+        )
+        points, uvs = stream.corners("q_Red", "positions"), stream.corners("q_Red", "uvs", 2)
+        np.testing.assert_allclose(uvs, points[:, :2] * (-1, 1))
+
+    def test_instances_that_are_mirrored(self):
+        inner = bpy.data.collections.new("inner")
+        self.place("leaf", self.mesh("leaf"), (1, 0, 0), inner)
+        self.points("points", inner)
+        for name, scale in (("a", 1), ("b", -1)):
+            tree = self.place(name, None, (0, 0, 0))
+            tree.instance_type, tree.instance_collection = "COLLECTION", inner
+            tree.scale.x = scale
+        bpy.context.view_layer.update()
+        stream = self.exported()
+        self.expect_placed(stream)
+        self.assertEqual(len(stream.meshes), 4)
+        for instance in stream.instances:
+            transform = instance["transform"].reshape(4, 4)
+            self.assertGreater(np.linalg.det(transform[:3, :3]), 0)
+
+    def hidden_scene(self):
+        """Objects in pairs: one that is there, and one that is hidden in the way of its name."""
+        scene = bpy.context.scene.collection
+        mesh = self.mesh("pyramid")
+        icon, monitor, excluded, both = (
+            bpy.data.collections.new(name) for name in ("icon", "monitor", "excluded", "both")
+        )
+        for collection in (icon, monitor, excluded, both):
+            scene.children.link(collection)
+        icon.hide_render = monitor.hide_viewport = True
+        layers = bpy.context.view_layer.layer_collection.children
+        layers["excluded"].exclude = True
+        self.place("shown", mesh)
+        self.place("render", mesh).hide_render = True
+        self.place("eye", mesh)
+        self.place("screen", mesh).hide_viewport = True
+        self.place("in icon", mesh, collection=icon)
+        self.place("in monitor", mesh, collection=monitor)
+        self.place("in excluded", mesh, collection=excluded)
+        two = self.place("in icon and both", mesh, collection=icon)
+        both.objects.link(two)
+        light = bpy.data.lights.new("light", "POINT")
+        self.place("light", light)
+        self.place("dark", light).hide_render = True
+        tree = bpy.data.collections.new("tree")
+        below = bpy.data.collections.new("below")
+        tree.children.link(below)
+        below.hide_render = True
+        self.place("leaf", mesh, collection=tree)
+        self.place("leaf without render", mesh, collection=tree).hide_render = True
+        self.place("leaf below", mesh, collection=below)
+        dead = self.place("dead twig", None, collection=tree)
+        dead.hide_render = True
+        twig = bpy.data.collections.new("twig")
+        self.place("needle", mesh, collection=twig)
+        dead.instance_type, dead.instance_collection = "COLLECTION", twig
+        for name in ("tree", "tree without render"):
+            root = self.place(name, None)
+            root.instance_type, root.instance_collection = "COLLECTION", tree
+        root.hide_render = True
+        instancer = self.place("not itself", mesh)
+        instancer.instance_type = "VERTS"
+        instancer.show_instancer_for_render = False
+        camera = bpy.context.scene.camera = self.place("camera", bpy.data.cameras.new("c"))
+        camera.location.x = 7
+        bpy.context.view_layer.update()
+        for thing in ("eye", "camera"):
+            bpy.data.objects[thing].hide_set(True)
+        camera.hide_render = True
+
+    def test_hidden_objects(self):
+        self.hidden_scene()
+        scene = scene_reader.SceneReader().read(bpy.context)
+        self.assertEqual(
+            sorted(placement.path for placement in scene.placements),
+            ["/in icon and both", "/shown", "/tree/leaf"],
+        )
+        self.assertEqual([light.name for light in scene.lights], ["light"])
+        # Blender renders with the scene's camera, hidden or not.
+        self.assertEqual([camera.pose.position for camera in scene.cameras], [(7, 0, 0)])
+        self.assertEqual(scene.left_out, ["eye", "in monitor", "screen"])
+        self.exported()
+        self.assertEqual(
+            live.status.warnings,
+            [
+                "Left out, since hidden in the viewport (Blender renders them): "
+                "eye, in monitor, screen"
+            ],
+        )
+        self.exported(selected=True)
+        self.assertEqual(live.status.warnings, [])
+
+    def test_instances_of_what_is_not_rendered_itself(self):
+        """Geometry nodes place an object whatever its camera icon says."""
+        source = self.place("source", self.mesh("source"))
+        source.hide_render = True
+        points = self.place("points", self.mesh("points"))
+        tree = self.cubes_on_points()
+        info = tree.nodes.new("GeometryNodeObjectInfo")
+        info.inputs["Object"].default_value = source
+        info.inputs["As Instance"].default_value = True
+        instance = next(n for n in tree.nodes if n.type == "INSTANCE_ON_POINTS")
+        tree.links.new(info.outputs["Geometry"], instance.inputs["Instance"])
+        points.modifiers.new("", "NODES").node_group = tree
+        bpy.context.view_layer.update()
+        paths = [p.path for p in scene_reader.SceneReader().read(bpy.context).placements]
+        self.assertEqual(
+            [path.rpartition("/")[0] for path in paths if path != "/points"], ["/points"] * 5
+        )
+        points.hide_render = True
+        bpy.context.view_layer.update()
+        self.assertEqual(scene_reader.SceneReader().read(bpy.context).placements, [])
+
     def test_selected_objects(self):
         for name in "ab":
             self.place(name, self.mesh(name))
         bpy.data.objects["b"].select_set(True)
         self.assertEqual(list(self.exported(selected=True).meshes), ["b_"])
+
+
+class Identities(HostTest):
+    """Names and paths by which the renderer knows what was sent before."""
+
+    def names(self):
+        """Of the scene as an export has it: mesh and path of each instance, materials, lights, scenes."""
+        file = self.folder / "scene.q7a"
+        self.assertEqual(bpy.ops.q7.export_archive(filepath=str(file)), {"FINISHED"})
+        with zipfile.ZipFile(file) as archive:
+            paths = json.loads(archive.read("info.json"))["instanceIdArray"]
+            stream = Stream(archive.read("1.q7mesh"))
+            textures = [name for name in archive.namelist() if name.startswith("textures/")]
+        places = [tuple(i["transform"].round(4).tolist()) for i in stream.instances]
+        meshes = [instance["mesh"] for instance in stream.instances]
+        folder = re.compile(r"(?<=/)q7-[^/]+(?=/texture)")  # of this export alone
+        return (
+            sorted(zip(paths, meshes, places)),
+            {name: folder.sub("", text) for name, text in sorted(stream.materials.items())},
+            sorted(textures),
+            sorted(light.name for light in self.records().lights),
+        )
+
+    def records(self):
+        return scene_reader.SceneReader().read(bpy.context)
+
+    def held(self):
+        """The same of what the live link's session holds."""
+        model = live.current().link.model
+        return sorted(
+            (placed.path, model._geometries[placed.geometry].name)
+            for placed in model._placed.values()
+        )
+
+    def library(self):
+        """Another file with an object Twin, its material Red with a texture, and a collection Tree of a
+        Leaf and a lamp."""
+        red = self.material("Red", Base_Color=(1, 0, 0, 1))
+        image = self.image("texture")
+        image.pack()
+        self.wire(red, self.image_node(red, image).outputs["Color"], "Base Color")
+        self.place("Twin", self.mesh("Twin", [red]), (5, 0, 0))
+        tree = bpy.data.collections.new("Tree")
+        bpy.context.scene.collection.children.link(tree)
+        self.place("Leaf", self.mesh("Leaf"), (0, 5, 0), tree)
+        self.place("Lamp", bpy.data.lights.new("Lamp", "POINT"), (0, 6, 0), tree)
+        self.points("Points", tree)
+        bpy.ops.wm.save_as_mainfile(filepath=str(self.folder / "lib.blend"))
+        bpy.ops.wm.read_factory_settings(use_empty=True)
+
+    def scene(self, is_turned=False):
+        """Twins of this file and of the library, trees in trees, and points.
+
+        is_turned: with everything made in the other order
+        """
+        self.library()
+        makers = [self.link_twin, self.make_twin, self.make_trees, self.make_points]
+        for maker in reversed(makers) if is_turned else makers:
+            maker()
+        bpy.context.view_layer.update()
+
+    def link_twin(self):
+        with bpy.data.libraries.load(str(self.folder / "lib.blend"), link=True) as (_, wanted):
+            wanted.objects = ["Twin"]
+        bpy.context.scene.collection.objects.link(wanted.objects[0])
+
+    def make_twin(self):
+        red = self.material("Red", Base_Color=(0.5, 0, 0, 1))
+        image = self.image("texture")
+        image.pack()
+        self.wire(red, self.image_node(red, image).outputs["Color"], "Base Color")
+        twin = self.place("Twin", self.mesh("Twin", [red]))
+        other = self.place("Tw@in", self.mesh("Tw@in"), (0, 20, 0))
+        self.place("Tw/in", self.mesh("Tw/in"), (0, 21, 0)).parent = twin
+        self.place("Tw_in", other.data, (0, 22, 0))
+        self.place("Tw/in2", self.mesh("Tw_in2"), (0, 23, 0))
+
+    def make_trees(self):
+        with bpy.data.libraries.load(str(self.folder / "lib.blend"), link=True) as (_, wanted):
+            wanted.collections = ["Tree"]
+        wood = bpy.data.collections.new("Wood")
+        for x in (0, 10):
+            twig = self.place(f"twig{x}", None, (x, 0, 10), wood)
+            twig.instance_type, twig.instance_collection = "COLLECTION", wanted.collections[0]
+        for y in (0, 100):
+            tree = self.place(f"tree{y}", None, (0, y, 0))
+            tree.instance_type, tree.instance_collection = "COLLECTION", wood
+
+    def make_points(self):
+        self.points("points")
+
+    def test_paths(self):
+        self.scene()
+        (instances, materials, textures, lights) = self.names()
+        paths = [path.rpartition("/")[0] for path, _, _ in instances]
+        leaves = [f"/tree{y}/twig{x}" for y in (0, 100) for x in (0, 10)]
+        self.assertEqual(len(set(paths)), len(paths))
+        for path in (
+            ["/Twin", "/Twin [lib.blend]", "/Twin/Tw@in", "/Tw@in", "/Tw_in", "/points/#0.0"]
+            + [f"{leaf}/Leaf [lib.blend]" for leaf in leaves]
+            + [f"{leaf}/Points [lib.blend]/#4.0" for leaf in leaves]
+        ):
+            self.assertEqual(paths.count(path), 1, (path, paths))
+        self.assertEqual(set(materials), {"Red", "Red [lib.blend]", "No Material"})
+        self.assertIn("#FFFFFF", materials["Red"])
+        self.assertEqual(lights, sorted(f"{leaf[1:]}/Lamp [lib.blend]" for leaf in leaves))
+        self.assertEqual(
+            [name for name in textures if name != "textures/"],
+            ["textures/texture (2).png", "textures/texture.png"],
+        )
+        meshes = {mesh for _, mesh, _ in instances}
+        for mesh in ("Twin_Red", "Twin [lib.blend]_Red [lib.blend]", "points (2)_"):
+            self.assertIn(mesh, meshes)
+
+    def test_the_order_does_not_matter(self):
+        self.scene()
+        before = self.names()
+        bpy.ops.wm.read_factory_settings(use_empty=True)
+        self.scene(is_turned=True)
+        self.assertEqual(self.names(), before)
+
+    def test_reload_and_another_session(self):
+        self.scene()
+        file = self.folder / "main.blend"
+        bpy.ops.wm.save_as_mainfile(filepath=str(file))
+        before = self.names()
+        bpy.ops.wm.open_mainfile(filepath=str(file))
+        self.assertEqual(self.names(), before)
+        script = self.folder / "script.py"
+        target = self.folder / "other.q7a"
+        script.write_text(
+            f"import sys, bpy\nsys.path.insert(0, {str(HERE.parent)!r})\nimport q7_link\n"
+            f"q7_link.register()\nbpy.ops.q7.export_archive(filepath={str(target)!r})\n"
+        )
+        command = [bpy.app.binary_path, "-b", "--factory-startup", str(file)]
+        result = subprocess.run(
+            [*command, "--python-exit-code", "1", "-P", str(script)],
+            capture_output=True,
+            text=True,
+            timeout=LIMIT,
+        )
+        self.assertEqual(result.returncode, 0, result.stdout + result.stderr)
+        with zipfile.ZipFile(target) as archive:
+            paths = json.loads(archive.read("info.json"))["instanceIdArray"]
+            meshes = [i["mesh"] for i in Stream(archive.read("1.q7mesh")).instances]
+        self.assertEqual(
+            sorted(zip(paths, meshes)), [(path, mesh) for path, mesh, _ in before[0]]
+        )
+
+    def flush(self):
+        bpy.context.view_layer.update()
+        live.current().flush(bpy.context)
+        return self.held()
+
+    def test_undo_and_redo(self):
+        self.scene()
+        bpy.ops.ed.undo_push(message="made")
+        self.standin()
+        self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
+        made = self.held()
+        textures = dict(live.current().link.textures._written)
+        bpy.data.objects["Twin"].location.x = 3
+        bpy.data.objects["points"].location.x = 50
+        bpy.data.objects.remove(bpy.data.objects["Tw/in"])
+        bpy.data.materials["Red"].name = "Pink"
+        bpy.data.objects["Tw@in"].name = "Renamed"
+        changed = self.flush()
+        self.assertNotEqual(changed, made)
+        bpy.ops.ed.undo_push(message="changed")
+        fresh = []
+        for _ in range(3):
+            bpy.ops.ed.undo()
+            self.assertEqual(self.flush(), made)
+            self.assertEqual(live.current().link.textures._written, textures)
+            bpy.ops.ed.redo()
+            self.assertEqual([path for path, _ in self.flush()], [path for path, _ in changed])
+            fresh.append(self.held())
+        self.assertEqual(fresh[1:], fresh[:-1])
+
+    def test_renamed_there_and_back(self):
+        self.scene()
+        self.standin()
+        self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
+        made = self.held()
+        twin = bpy.data.objects["Twin"]
+        for _ in range(2):
+            twin.name = "Other"
+            paths = {path for path, _ in self.flush()}
+            self.assertLessEqual({"/Other", "/Other/Tw@in", "/Twin [lib.blend]"}, paths)
+            twin.name = "Twin"
+            self.assertEqual(self.flush(), made)
+
+    def test_names_that_are_exchanged(self):
+        first = self.place("first", self.mesh("a"))
+        second = self.place("second", self.mesh("b", faces=[(0, 1, 2)]), (5, 0, 0))
+        self.standin()
+        self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
+        first.name, second.name = "x", "first"
+        first.name = "second"
+        bpy.data.meshes["a"].name = "c"
+        bpy.data.meshes["b"].name, bpy.data.meshes["c"].name = "a", "b"
+        self.flush()
+        model = live.current().link.model
+        triangles = {
+            placed.path: model._geometries[placed.geometry].triangles
+            for placed in model._placed.values()
+        }
+        self.assertEqual(triangles, {"/second": 6, "/first": 1})
+
+    def test_numbers_of_a_newer_version(self):
+        thing = types.SimpleNamespace(session_uid=5, session_uuid=6, as_pointer=lambda: 7)
+        cases = ({"name", "session_uid"}, 5), ({"session_uuid"}, 6), ({"name"}, 7)
+        for properties, number in cases:
+            self.assertEqual(identity._identity_by(properties)(thing), number)
 
 
 class Materials(HostTest):
@@ -776,13 +1153,13 @@ class Views(HostTest):
         data = self.messages()["metadata"]
         self.assertEqual(
             {key: data[key] for key in ("Nodes", "Materials", "Triangles", "Cameras", "Lights")},
-            {"Nodes": 1, "Materials": 0, "Triangles": 6, "Cameras": 1, "Lights": 0},
+            {"Nodes": 1, "Materials": 1, "Triangles": 6, "Cameras": 1, "Lights": 0},
         )
         self.assertRegex(data["Generator"], r"^Q7 Link .* \(Blender ")
 
 
 class Live(HostTest):
-    def begin(self):
+    def begin(self, read=("a", "c")):
         """A red pyramid in two places and a blue one, a light and a camera."""
         self.red, self.blue = self.material("Red"), self.material("Blue")
         self.shared = self.mesh("shared", [self.red])
@@ -795,7 +1172,7 @@ class Live(HostTest):
         self.renderer = self.standin()
         self.assertEqual(bpy.ops.q7.live_start(), {"FINISHED"})
         self.reader = live.current().link.reader
-        self.assertEqual(list(self.reader.read_names), ["a", "c"])
+        self.assertEqual(sorted(self.reader.read_names), list(read))
         self.forget()
 
     def forget(self):
@@ -897,6 +1274,42 @@ class Live(HostTest):
         self.assertEqual(self.flush(), (["model"], ["c"]))
         self.end()
 
+    def test_what_is_not_rendered(self):
+        self.begin()
+        live.current().tick(bpy.context)
+        self.c.hide_render = True
+        bpy.context.view_layer.update()
+        self.assertTrue(live.current()._is_dirty)
+        live.current().flush(bpy.context)
+        self.assertEqual(self.places(), [("a_Red", "Red", 0), ("a_Red", "Red", 5)])
+        self.c.hide_render = False
+        self.assertEqual(self.flush(), (["model"], ["c"]))
+        self.end()
+
+    def test_an_object_that_is_mirrored_and_back(self):
+        self.begin()
+        self.c.scale.x = -1
+        self.assertEqual(self.flush(), (["model"], ["c"]))
+        self.c.scale.x = 1
+        self.assertEqual(self.flush(), (["model"], ["c"]))
+        self.assertEqual(self.places()[-1], ("c_Blue", "Blue", 10))
+        self.end()
+
+    def test_counts_are_of_what_was_sent(self):
+        self.begin()
+        self.place("bare", self.mesh("bare"), (20, 0, 0))
+        self.material("Never used")
+        for name in ("Blue", "Pink", "Grey"):
+            self.blue.name = name
+            self.flush()
+            stream, model = self.stream(self.renderer), live.current().link.model
+            self.assertEqual(model.material_count(), len(stream.materials))
+            data = self.texts(self.renderer)["metadata"]
+            self.assertEqual(data["Materials"], len(stream.materials))
+            self.assertEqual(data["Triangles"], stream.header["triangleCount"])
+        self.assertEqual(data["Nodes"], 4)
+        self.end()
+
     def test_a_renamed_object(self):
         self.begin()
         self.b.name = "renamed"
@@ -985,6 +1398,87 @@ class Live(HostTest):
         self.assertEqual([x for _, _, x in self.places()], [1, 2, 10])
         self.assertEqual(live.status.text, "Live: model sent")
         self.end()
+
+    def skin(self):
+        """A mesh that an armature deforms: 5 m along x at frame 2."""
+        armature = bpy.data.armatures.new("armature")
+        rig = self.place("rig", armature)
+        bpy.context.view_layer.objects.active = rig
+        bpy.ops.object.mode_set(mode="EDIT")
+        armature.edit_bones.new("bone").tail = (1, 0, 0)
+        bpy.ops.object.mode_set(mode="OBJECT")
+        skin = self.place("skin", self.mesh("skin"))
+        skin.vertex_groups.new(name="bone").add(range(5), 1, "REPLACE")
+        skin.modifiers.new("", "ARMATURE").object = rig
+        bone = rig.pose.bones["bone"]
+        for frame, y in ((1, 0), (2, 5)):
+            bone.location = (0, y, 0)
+            bone.keyframe_insert("location", frame=frame)
+
+    def expect_fresh(self):
+        """What arrived last is what an export of the scene has now."""
+        last = self.models(self.renderer)[-1]
+        fresh = self.folder / "fresh.q7mesh"
+        self.assertEqual(bpy.ops.q7.export_stream(filepath=str(fresh)), {"FINISHED"})
+        code, out = inspect("--compare", "--link", fresh, last)
+        self.assertEqual(code, 0, out)
+
+    def test_a_frame_that_a_script_sets(self):
+        self.skin()
+        self.begin(read=["a", "c", "skin"])
+        for frame in (2, 1):
+            bpy.context.scene.frame_set(frame)
+            self.assertTrue(live.current()._is_dirty)
+            self.assertEqual(self.flush(), (["model"], ["skin"]))
+            self.expect_fresh()
+        bpy.context.scene.frame_set(2)
+        self.a.location.x = 1
+        self.assertEqual(self.flush(), (["model"], ["skin"]))
+        self.expect_fresh()
+        self.end()
+
+    def test_a_frame_that_moves_an_object(self):
+        self.begin()
+        for frame, x in ((1, 10), (2, 12)):
+            self.c.location.x = x
+            self.c.keyframe_insert("location", frame=frame)
+        bpy.context.scene.frame_set(1)
+        self.flush()
+        bpy.context.scene.frame_set(2)
+        self.assertTrue(live.current()._is_dirty)
+        self.assertEqual(self.flush(), (["model"], []))
+        self.assertEqual(self.places()[-1], ("c_Blue", "Blue", 12))
+        self.end()
+
+    def test_frames_leave_the_ways_of_cameras(self):
+        """A camera's way is read by setting frames, which is neither told as a change nor repeated."""
+        self.begin()
+        bpy.context.scene.frame_end = 3
+        self.camera.parent = self.a
+        self.a.keyframe_insert("location", frame=1)
+        self.assertIn("animations", self.flush()[0])
+        self.assertFalse(live.current()._is_dirty)
+        slow = self.reader.camera_paths._slow
+        self.assertTrue(slow)
+        bpy.context.scene.frame_set(2)
+        self.flush()
+        self.assertIs(self.reader.camera_paths._slow, slow)
+
+    def test_frames_of_a_render_are_not_the_scene(self):
+        self.begin()
+        live._on_frame(None, types.SimpleNamespace(mode="RENDER", updates=()))
+        self.assertFalse(live.current()._is_dirty)
+
+    def test_handlers_end_with_the_link(self):
+        self.begin()
+        self.assertIn(live._on_frame, bpy.app.handlers.frame_change_post)
+        for handlers, handler in live._HANDLERS:
+            self.assertEqual(handlers.count(handler), 1)
+            self.assertTrue(hasattr(handler, "_bpy_persistent"))
+        q7_link.unregister()
+        self.addCleanup(q7_link.register)
+        for handlers, handler in live._HANDLERS:
+            self.assertNotIn(handler, handlers)
 
     def test_undo_may_have_changed_anything(self):
         self.begin()
@@ -1141,7 +1635,7 @@ class Faults(FaultTest):
         self.fails(bpy.ops.q7.send, "no installation")
         self.sent()
         self.assertEqual(live.status.error, "")
-        self.assertEqual(live.status.text, "1 objects, 6 triangles, 0 materials sent")
+        self.assertEqual(live.status.text, "1 objects, 6 triangles, 1 materials sent")
 
 
 class Window:
@@ -1191,7 +1685,7 @@ class InPieces(FaultTest):
             made = self.begin(operators.Q7_OT_send, self.steps())
             self.assertEqual(made.modal(self.window, self.event("MOUSEMOVE")), {"RUNNING_MODAL"})
             self.assertEqual(self.run_modal(made), {"FINISHED"})
-        self.assertEqual(self.reports, [({"INFO"}, "1 objects, 6 triangles, 0 materials sent")])
+        self.assertEqual(self.reports, [({"INFO"}, "1 objects, 6 triangles, 1 materials sent")])
         names = [call[0] for call in self.window.calls]
         for name in ("progress_begin", "progress_end", "event_timer_remove"):
             self.assertEqual(names.count(name), 1, name)

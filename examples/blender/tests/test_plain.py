@@ -19,11 +19,17 @@ import package  # noqa: E402
 import q7plugin  # noqa: E402
 from q7_link.calls import Call, Job, Progress  # noqa: E402
 from q7_link.files import is_whole_stream, save_archive, save_stream  # noqa: E402
-from q7_link.names import UniqueNames, clean  # noqa: E402
+from q7_link.names import UniqueNames, clean, distinct  # noqa: E402
 from q7_link.png import png_bytes  # noqa: E402
 from q7_link.records import NO_MATERIAL, CameraPath, Part, Placement, Scene, Source  # noqa: E402
 from q7_link.sender import Model, curve_points  # noqa: E402
-from q7_link.triangles import Corners, finite, normals_by_face, split_by_material  # noqa: E402
+from q7_link.triangles import (  # noqa: E402
+    Corners,
+    finite,
+    mirrored,
+    normals_by_face,
+    split_by_material,
+)
 from support import LIMIT, Reader, needed  # noqa: E402
 
 
@@ -43,8 +49,17 @@ class Names(unittest.TestCase):
     def test_a_name_that_was_given_back(self):
         names = UniqueNames("_", "@")
         names.claim("a", "")
+        names.claim("a", "")
         names.release("a")
         self.assertEqual(names.claim("a", ""), "a")
+        names.release("a (2)")
+        self.assertEqual([names.claim("a", "") for _ in range(2)], ["a (2)", "a (3)"])
+
+    def test_names_by_what_there_is(self):
+        wanted = {3: "a_b", 1: "a@b", 2: "c", 4: "a_b", 5: "a@b (2)"}
+        names = {1: "a@b", 2: "c", 3: "a_b (3)", 4: "a_b (4)", 5: "a@b (2)"}
+        self.assertEqual(distinct(wanted, "_", "@"), names)
+        self.assertEqual(distinct(dict(reversed(wanted.items())), "_", "@"), names)
 
 
 class Triangles(unittest.TestCase):
@@ -95,6 +110,20 @@ class Triangles(unittest.TestCase):
         parts = split_by_material(np.int32([0, 0, 1]), (1, 2), positions, positions, None)
         self.assertTrue(all(np.shares_memory(part.normals, positions) for part in parts))
 
+    def test_a_mirrored_part(self):
+        values = triangles(2)
+        for normals, uvs in ((None, None), (values + 1, values[:, :2].copy())):
+            part = mirrored(Part(7, values, normals, uvs))
+            order = [2, 1, 0, 5, 4, 3]
+            self.assertEqual(part.material, 7)
+            self.assertEqual(part.positions.tolist(), (values[order] * (-1, 1, 1)).tolist())
+            if uvs is not None:
+                self.assertEqual(part.normals.tolist(), (normals[order] * (-1, 1, 1)).tolist())
+                self.assertEqual(part.uvs.tolist(), uvs[order].tolist())
+            for array in part[1:]:
+                self.assertTrue(array is None or array.flags.c_contiguous)
+                self.assertTrue(array is None or array.dtype == np.float32)
+
     def test_no_triangles(self):
         self.assertEqual(split_by_material(None, (1,), triangles(0), None, None), [])
 
@@ -127,7 +156,7 @@ class ModelTest(unittest.TestCase):
 
     def add(self, id, key="mesh", x=0.0, parts=((1, 1),), path=None):
         """parts: material and number of triangles of each"""
-        self.scene.placements.append(Placement((id,), (key,), id, path or f"/{id}"))
+        self.scene.placements.append(Placement((id,), (key,), path or f"/{id}"))
         place = np.eye(4, dtype=np.float32)
         place[3, 0] = x
         self.places.append(place)
@@ -137,7 +166,8 @@ class ModelTest(unittest.TestCase):
             self.read.append(key)
             return made
 
-        self.scene.sources[(key,)] = Source(frozenset({key}), read)
+        name = self.scene.sources[(key,)].name if (key,) in self.scene.sources else id
+        self.scene.sources[(key,)] = Source(frozenset({key}), read, name)
 
     def clear(self):
         self.scene, self.places, self.read = Scene(), [], []
