@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "common/text_output.h"
+#include "inspect/instance_paths.h"
 #include "inspect/json_lines.h"
 #include "inspect/json_report.h"
 #include "inspect/summary.h"
@@ -169,7 +170,8 @@ void printArchiveSummary(std::ostream& out, std::string_view fileName, const Arc
     printTextures(out, archive, all);
     if (!archive.model()) return;
     out << '\n';
-    printSummary(out, entrySubject(fileName, streamEntry), *archive.model(), all);
+    printSummary(out, entrySubject(fileName, streamEntry), *archive.model(), all,
+                 pathsInArchive(archive));
 }
 
 void printArchiveJson(std::ostream& out, std::string_view fileName, const Archive& archive) {
@@ -186,7 +188,8 @@ void printArchiveJson(std::ostream& out, std::string_view fileName, const Archiv
                  [&](std::size_t i) { return useJson(archive, archive.textureUses()[i]); });
     out << ",\n  \"stream\": ";
     if (archive.model()) {
-        printJson(out, entrySubject(fileName, streamEntry), *archive.model());
+        printJson(out, entrySubject(fileName, streamEntry), *archive.model(),
+                  pathsInArchive(archive));
     } else {
         out << "null\n";
     }

@@ -5,6 +5,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "common/model_notes.h"
 #include "common/text_output.h"
 #include "inspect/scene.h"
 #include "inspect/validate.h"
@@ -242,7 +243,12 @@ class ArchiveChecker {
     }
 
     void checkStream() {
-        if (archive_.model()) faults(streamEntry, findFaults(*archive_.model()));
+        if (!archive_.model()) return;
+        faults(streamEntry, findFaults(*archive_.model()));
+        for (q7tools::ModelNote& note : q7tools::notesOf(*archive_.model()).notes()) {
+            findings_.notes.push_back(
+                {std::string(streamEntry), note.offset, std::move(note.text)});
+        }
     }
 
     void checkInfo() {

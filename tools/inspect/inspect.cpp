@@ -11,12 +11,15 @@
 
 #include "common/byte_reader.h"
 #include "common/files.h"
+#include "common/model_notes.h"
 #include "common/stream_reader.h"
 #include "common/text_output.h"
+#include "common/version.h"
 #include "inspect/archive_report.h"
 #include "inspect/archive_validate.h"
 #include "inspect/compare.h"
 #include "inspect/input.h"
+#include "inspect/instance_paths.h"
 #include "inspect/json_report.h"
 #include "inspect/obj_export.h"
 #include "inspect/preview.h"
@@ -55,7 +58,10 @@ archive, --obj and --compare look at the stream inside alone.
 
 A property of a material in an archive names a texture when its text's last part, behind the last
 slash or backslash, ends like an image's name or is the name of a texture inside. What a "note:"
-tells is unusual, but no fault.
+tells is unusual, or most likely a mistake of who made the file, but no fault.
+
+Paths of instances are those of an archive's info.json or, of a file NNNN-model.q7mesh that q7-standin
+kept, of NNNN-instance-paths.json beside it.
 
 The picture shows all of the scene, from in front of it, the right and a little above, or what the
 camera of --preview-camera sees of it: a JSON text as q7-standin keeps it, with Position and Direction and,
@@ -145,12 +151,16 @@ std::optional<int> parseOptions(const std::vector<std::string>& arguments, Optio
     app.add_flag("--all", options.all, "Print every row, fault and difference, however many");
     json->excludes(validate)->excludes(obj);
     validate->excludes(obj);
+    app.set_version_flag("--version", q7tools::versionText(program), "Print the version and exit");
     addCompareOptions(app, options);
     addPreviewOptions(app, options);
     try {
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::CallForHelp&) {
         out << app.help();
+        return exitGood;
+    } catch (const CLI::CallForVersion& call) {
+        out << call.what() << '\n';
         return exitGood;
     } catch (const CLI::ParseError& error) {
         err << errorLine(program, "usage", std::string(error.what()) + " (--help tells more)");
@@ -229,11 +239,13 @@ int validateArchive(const Options& options, const Archive& archive, std::ostream
 }
 
 int validateStream(const Options& options, const StreamModel& model, std::ostream& out) {
-    const std::vector<Fault> faults = findFaults(model);
-    printFaults(options, faultLines(options.file, faults), out);
-    if (!faults.empty()) return exitFaults;
-    out << q7tools::printable(options.file) << ": valid: " << modelText(model) << '\n';
-    return exitGood;
+    const std::string file = q7tools::printable(options.file);
+    const std::vector<std::string> lines = faultLines(options.file, findFaults(model));
+    printFaults(options, lines, out);
+    if (lines.empty()) out << file << ": valid: " << modelText(model) << '\n';
+    for (const q7tools::ModelNote& note : q7tools::notesOf(model).notes())
+        out << file << ": note: " << q7tools::atByte(note.offset, note.text) << '\n';
+    return lines.empty() ? exitGood : exitFaults;
 }
 
 int runValidate(const Options& options, std::ostream& out) {
@@ -343,9 +355,10 @@ int run(const Options& options, std::ostream& out, std::ostream& err) {
     } else if (input.archive) {
         printArchiveSummary(out, options.file, *input.archive, options.all);
     } else if (options.json) {
-        printJson(out, options.file, *input.stream);
+        printJson(out, options.file, *input.stream, pathsBeside(options.file, *input.stream));
     } else {
-        printSummary(out, options.file, *input.stream, options.all);
+        printSummary(out, options.file, *input.stream, options.all,
+                     pathsBeside(options.file, *input.stream));
     }
     return exitGood;
 }

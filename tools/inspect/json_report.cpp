@@ -4,6 +4,7 @@
 #include <string>
 
 #include "common/material_xml.h"
+#include "common/model_notes.h"
 #include "common/text_output.h"
 #include "inspect/json_lines.h"
 #include "inspect/scene.h"
@@ -29,17 +30,29 @@ ordered_json propertiesJson(const q7tools::TypedMaterial& typed) {
     return properties;
 }
 
-ordered_json materialJson(const StreamMaterial& material) {
-    ordered_json json{{"offset", material.offset}, {"name", allToUtf8(material.name)}};
+ordered_json materialJson(const StreamMaterial& material, std::uint64_t uses) {
+    ordered_json json{
+        {"offset", material.offset}, {"name", allToUtf8(material.name)}, {"uses", uses}};
     json.update(materialTextJson(material.xml));
     return json;
 }
 
-ordered_json instanceJson(const StreamInstance& instance) {
+// Any text of UTF-8 that is none has replacement characters.
+ordered_json orNull(bool isThere, std::string_view utf8) {
+    return isThere ? ordered_json(allToUtf8(utf8ToWide(utf8))) : ordered_json();
+}
+
+ordered_json instanceJson(const StreamInstance& instance, const ordered_json& path) {
     return {{"offset", instance.offset},
             {"mesh", allToUtf8(instance.mesh)},
             {"material", allToUtf8(instance.material)},
+            {"path", path},
             {"transform", instance.transform}};
+}
+
+ordered_json noteJson(const q7tools::ModelNote& note) {
+    return {
+        {"kind", note.kind}, {"offset", note.offset}, {"count", note.count}, {"text", note.text}};
 }
 
 ordered_json meshJson(const StreamMesh& mesh, std::uint64_t uses) {
@@ -79,7 +92,12 @@ ordered_json materialTextJson(WideView xml) {
     return json;
 }
 
-void printJson(std::ostream& out, std::string_view fileName, const StreamModel& model) {
+void printJson(std::ostream& out, std::string_view fileName, const StreamModel& model,
+               const InstancePaths& paths) {
+    const q7tools::ModelNotes notes = q7tools::notesOf(model);
+    const std::vector<q7tools::ModelNote> told = notes.notes();
+    const std::vector<std::uint64_t> materialUses = notes.materialUses();
+    const bool hasPaths = !paths.paths.empty();
     const MeshLookup lookup(model);
     const std::vector<std::uint64_t> uses = meshUses(model, lookup);
     const auto header = parseHeader(model.headerText);
@@ -94,11 +112,15 @@ void printJson(std::ostream& out, std::string_view fileName, const StreamModel& 
     printMember(out, "placedTriangles", model.placedTriangleCount());
     printMember(out, "countedTriangles", model.countedTriangleCount());
     printMember(out, "worldBounds", boundsJson(model, lookup));
-    printRecords(out, "materials", model.materials,
-                 [&](std::size_t i) { return materialJson(model.materials[i]); });
+    printMember(out, "instancePathsIn", orNull(hasPaths, paths.source));
+    printRecords(out, "notes", told, [&](std::size_t i) { return noteJson(told[i]); });
     out << ",\n";
-    printRecords(out, "instances", model.instances,
-                 [&](std::size_t i) { return instanceJson(model.instances[i]); });
+    printRecords(out, "materials", model.materials,
+                 [&](std::size_t i) { return materialJson(model.materials[i], materialUses[i]); });
+    out << ",\n";
+    printRecords(out, "instances", model.instances, [&](std::size_t i) {
+        return instanceJson(model.instances[i], orNull(hasPaths, hasPaths ? paths.paths[i] : ""));
+    });
     out << ",\n";
     printRecords(out, "meshes", model.meshes,
                  [&](std::size_t i) { return meshJson(model.meshes[i], uses[i]); });

@@ -6,14 +6,15 @@
 #include <string_view>
 
 #include "common/stream_reader.h"
+#include "inspect/instance_paths.h"
 #include "support/text.h"
 
 namespace q7inspect {
 
-// One JSON object with everything but the meshes' arrays, of which it tells the counts. Each
-// material, instance and mesh takes one line. A mesh that is "merged" is unindexed triangles, whatever
-// its indices; "countedTriangles" is what the header's "triangleCount" ought to be.
-void printJson(std::ostream& out, std::string_view fileName, const q7tools::StreamModel& model);
+// One JSON object with everything but the meshes' arrays, of which it tells the counts:
+// docs/formats/inspect_json.md. Each material, instance, mesh and note takes one line.
+void printJson(std::ostream& out, std::string_view fileName, const q7tools::StreamModel& model,
+               const InstancePaths& paths = {});
 
 // What a material's text says: its "kind", "xml", and of a typed one "id", "type" and "properties", or
 // a "fault".

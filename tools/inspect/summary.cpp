@@ -5,6 +5,7 @@
 #include <string>
 
 #include "common/material_xml.h"
+#include "common/model_notes.h"
 #include "common/numbers.h"
 #include "common/text_output.h"
 #include "inspect/scene.h"
@@ -77,14 +78,25 @@ void printMerged(std::ostream& out, const StreamModel& model) {
                   ": unindexed triangles, of which \"triangle count\" counts the points");
 }
 
-void printMaterials(std::ostream& out, const std::vector<StreamMaterial>& materials, bool all) {
+void printPathSource(std::ostream& out, const InstancePaths& paths) {
+    if (paths.source.empty()) return;
+    printFact(
+        out, "instance paths",
+        paths.fault.empty() ? "in " + paths.source : "none: " + paths.source + ' ' + paths.fault);
+}
+
+void printMaterials(std::ostream& out, const std::vector<StreamMaterial>& materials,
+                    const std::vector<std::uint64_t>& uses, bool all) {
     const std::size_t shown = beginTable(out, "Materials", materials.size(), all);
-    Table table(
-        {{"name"}, {"kind"}, {"properties", Align::right}, {"units of text", Align::right}});
+    Table table({{"name"},
+                 {"kind"},
+                 {"uses", Align::right},
+                 {"properties", Align::right},
+                 {"units of text", Align::right}});
     for (std::size_t i = 0; i < shown; ++i) {
         const StreamMaterial& material = materials[i];
         const bool typed = q7tools::isTypedMaterial(material.xml);
-        table.add({printable(material.name), typed ? "typed" : "text",
+        table.add({printable(material.name), typed ? "typed" : "text", std::to_string(uses[i]),
                    typed ? propertyCount(material) : "-", std::to_string(material.xml.size())});
     }
     endTable(out, table, materials.size(), shown);
@@ -122,22 +134,33 @@ void printMeshes(std::ostream& out, const StreamModel& model, const MeshLookup& 
     endTable(out, table, model.meshes.size(), shown);
 }
 
-void printInstances(std::ostream& out, const std::vector<StreamInstance>& instances, bool all) {
+void printInstances(std::ostream& out, const std::vector<StreamInstance>& instances,
+                    const std::vector<std::string>& paths, bool all) {
     const std::size_t shown = beginTable(out, "Instances", instances.size(), all);
-    Table table({{"mesh"}, {"material"}, {"position"}});
+    // A column without a title or text is not seen.
+    Table table({{"mesh"}, {"material"}, {"position"}, {paths.empty() ? "" : "path"}});
     for (std::size_t i = 0; i < shown; ++i) {
         const StreamInstance& instance = instances[i];
         const Transform& transform = instance.transform;
         table.add({printable(instance.mesh), printable(instance.material),
-                   pointText({transform[12], transform[13], transform[14]})});
+                   pointText({transform[12], transform[13], transform[14]}),
+                   paths.empty() ? "" : printable(paths[i])});
     }
     endTable(out, table, instances.size(), shown);
 }
 
+void printNotes(std::ostream& out, const std::vector<q7tools::ModelNote>& notes) {
+    if (notes.empty()) return;
+    out << "\nNotes (" << std::to_string(notes.size()) << ")\n";
+    for (const q7tools::ModelNote& note : notes)
+        out << "  " << note.text << '\n';
+}
+
 }  // namespace
 
-void printSummary(std::ostream& out, std::string_view fileName, const StreamModel& model,
-                  bool all) {
+void printSummary(std::ostream& out, std::string_view fileName, const StreamModel& model, bool all,
+                  const InstancePaths& paths) {
+    const q7tools::ModelNotes notes = q7tools::notesOf(model);
     const MeshLookup lookup(model);
     out << printable(fileName) << '\n';
     printFact(out, "size", counted(model.size, "byte", "bytes"));
@@ -149,9 +172,11 @@ void printSummary(std::ostream& out, std::string_view fileName, const StreamMode
     if (model.trailingBytes() != 0) {
         printFact(out, "trailing bytes", std::to_string(model.trailingBytes()));
     }
-    printMaterials(out, model.materials, all);
+    printPathSource(out, paths);
+    printMaterials(out, model.materials, notes.materialUses(), all);
     printMeshes(out, model, lookup, all);
-    printInstances(out, model.instances, all);
+    printInstances(out, model.instances, paths.paths, all);
+    printNotes(out, notes.notes());
 }
 
 }  // namespace q7inspect

@@ -1,11 +1,11 @@
 #include "inspect/texture_uses.h"
 
 #include <algorithm>
-#include <array>
 #include <string_view>
 #include <unordered_map>
 #include <unordered_set>
 
+#include "common/image_names.h"
 #include "common/text_output.h"
 
 namespace q7inspect {
@@ -15,22 +15,11 @@ using q7tools::ZipEntry;
 
 namespace {
 
-constexpr std::array<std::string_view, 21> imageEndings{
-    "bmp", "cin", "dds", "dpx", "exr", "gif", "hdr", "ico", "jp2",  "jpeg", "jpg",
-    "ktx", "pcx", "pic", "png", "ppm", "psd", "tga", "tif", "tiff", "webp"};
-
 std::string smallLetters(std::string text) {
     for (char& c : text) {
         if (c >= 'A' && c <= 'Z') c = static_cast<char>(c - 'A' + 'a');
     }
     return text;
-}
-
-bool isImageName(std::string_view name) {
-    const std::size_t dot = name.rfind('.');
-    if (dot == std::string_view::npos || dot == 0) return false;
-    const std::string ending = smallLetters(std::string(name.substr(dot + 1)));
-    return std::ranges::find(imageEndings, ending) != imageEndings.end();
 }
 
 class TextureLookup {
@@ -66,7 +55,8 @@ std::optional<TextureUse> useOf(const WideString& material,
     const std::string name =
         allToUtf8(WideView(property.text).substr(hasFolder ? separator + 1 : 0));
     if (name.empty()) return std::nullopt;
-    TextureUse use{material, property.element, property.text, lookup.find(name), isImageName(name)};
+    TextureUse use{material, property.element, property.text, lookup.find(name),
+                   q7tools::isImageName(property.text)};
     if (!use.entry && !use.isImage && !hasFolder) return std::nullopt;
     return use;
 }

@@ -34,6 +34,8 @@ struct Services {
     // How long to wait for what a client of the newer form sends next before it is taken for one
     // of the plain form. Milliseconds.
     int patience = 5000;
+    // How long a connection that stays open after its model is idle before that is told.
+    int idleTime = 3000;  // milliseconds
     // Whether to look into the arrays of meshes.
     bool checkArrays = true;
     MessageLog& log;
@@ -42,6 +44,8 @@ struct Services {
     Transcript& transcript;
     BlockOpener openModelBlock;
     Previews* previews = nullptr;  // of the models that are kept, where they are wanted
+    // Whether another client waits for its connection; without one nobody is asked.
+    std::function<bool()> isAnotherWaiting = {};
     // Called with the file of each hand-over.
     std::function<void(const WideString&)> pluginFileArrived;
 };
@@ -51,6 +55,7 @@ struct Connection {
     Channel& channel;
     ConnectionReader& reader;
     Services& services;
+    bool isIdleTold = false;  // that it stays open after its model
 };
 
 // Puts the faults of a text that starts there into the log.

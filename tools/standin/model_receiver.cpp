@@ -1,11 +1,13 @@
 #include "standin/model_receiver.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "common/byte_reader.h"
 #include "common/stream_reader.h"
 #include "common/text_output.h"
 #include "standin/limits.h"
+#include "standin/socket_channel.h"
 
 namespace q7standin {
 
@@ -94,7 +96,7 @@ void ModelReceiver::receiveMaterials() {
             services_.log.protocolError(Place::Block, offset,
                                         "material " + inQuotes(*name) + " is sent twice");
         }
-        cursor.readWideString("XML text");
+        notes_.addMaterial(*name, cursor.readWideString("XML text"));
     };
     const auto bytes = readRecords(block_->view(), materialCount_, "materials", readMaterial);
     keepWord(materialCount_);
@@ -109,7 +111,8 @@ void ModelReceiver::receiveInstances() {
     const std::uint32_t count = reader_.readWord("instance count");
     if (count == 0) protocolError(offset, fault("instance count", "at least 1", "0"));
     const auto readInstance = [this](ByteReader& cursor) {
-        ++meshes_[cursor.readWideString("mesh name")].instances;
+        const auto mesh = meshes_.try_emplace(cursor.readWideString("mesh name")).first;
+        ++mesh->second.instances;
         const std::uint64_t at = cursor.offset();
         WideString material = cursor.readWideString("material name");
         auto known = materials_.find(material);
@@ -123,7 +126,7 @@ void ModelReceiver::receiveInstances() {
             known = unknown;
         }
         materialOfInstance_.push_back(&*known);
-        cursor.readTransform("transform");
+        notes_.addInstance(mesh->first, *known, cursor.readTransform("transform"));
     };
     const auto bytes = readRecords(block_->view(), count, "instances", readInstance);
     keepWord(count);
@@ -155,10 +158,17 @@ void ModelReceiver::receiveMesh() {
     const std::string mesh = "mesh " + inQuotes(name);
 
     const Array positions = receiveArray("positions");
+    const auto used = meshes_.find(name);
+    const bool isNoted = used != meshes_.end();
+    if (isNoted) {
+        notes_.addMesh(used->first,
+                       services_.checkArrays ? positions.bytes : std::span<const std::byte>());
+    }
     acknowledge("the positions");
     const Array normals = receiveArray("normals");
     acknowledge("the normals");
     const Array uvs = receiveArray("uvs");
+    if (isNoted && services_.checkArrays) notes_.addUvs(used->first, uvs.bytes);
     acknowledge("the uvs");
     receiveColors(mesh);
     const Array indices = receiveArray("indices");
@@ -225,8 +235,9 @@ std::optional<std::uint32_t> ModelReceiver::finishPlain() {
     block_.reset();
     commitAndLog("plain form");
     acknowledge("the model");
+    tellNotes();
     const std::uint64_t offset = reader_.offset();
-    std::optional<std::uint32_t> next = reader_.readWordOrEnd("model version");
+    std::optional<std::uint32_t> next = readNextVersion();
     if (next != pathsWord) return next;
     if (form_ == Form::Plain) {
         protocolError(offset, "instance paths follow, which connect word " +
@@ -236,7 +247,7 @@ std::optional<std::uint32_t> ModelReceiver::finishPlain() {
     services_.store.keepBeside("instance-paths", "json", q7tools::allToUtf8(paths_));
     services_.log.note("the model before had instance paths");
     acknowledge("the instance paths");
-    return reader_.readWordOrEnd("model version");
+    return readNextVersion();
 }
 
 std::optional<std::uint32_t> ModelReceiver::finishWithPaths() {
@@ -251,7 +262,8 @@ std::optional<std::uint32_t> ModelReceiver::finishWithPaths() {
     commitAndLog("form with paths");
     acknowledge("the instance paths");
     acknowledge("the model");
-    return reader_.readWordOrEnd("model version");
+    tellNotes();
+    return readNextVersion();
 }
 
 std::optional<std::uint32_t> ModelReceiver::finishAfterWaiting() {
@@ -260,12 +272,13 @@ std::optional<std::uint32_t> ModelReceiver::finishAfterWaiting() {
         "no instance paths yet: the final acknowledgement of the plain form is sent");
     acknowledge("the model");
     const std::uint64_t offset = reader_.offset();
-    const std::optional<std::uint32_t> next = reader_.readWordOrEnd("model version");
+    const std::optional<std::uint32_t> next = readNextVersion();
     if (next == pathsWord) {
         receivePaths();
         commitAndLog("form with paths");
         acknowledge("the instance paths");
-        return reader_.readWordOrEnd("model version");
+        tellNotes();
+        return readNextVersion();
     }
     if (form_ == Form::WithPaths) {
         protocolError(offset, fault("word before the instance paths", std::to_string(pathsWord),
@@ -273,6 +286,7 @@ std::optional<std::uint32_t> ModelReceiver::finishAfterWaiting() {
                                   ", so this was the plain form");
     }
     commitAndLog("plain form");
+    tellNotes();
     return next;
 }
 
@@ -402,6 +416,41 @@ void ModelReceiver::commitAndLog(const std::string& form) {
     message.seconds = services_.log.now() - startTime_;
     message.file = fileName_;
     services_.log.message(message);
+}
+
+void ModelReceiver::tellNotes() {
+    for (const q7tools::ModelNote& note : notes_.notes()) {
+        services_.log.note('#' + std::to_string(connection_.number) + "  note: " + note.text);
+    }
+}
+
+// A client that has sent its model and keeps the connection holds up all others, and its own messages too.
+// Nobody sees why, so it is told once of a connection: when another client waits, when nothing comes for a
+// while, and at the end of the run.
+void ModelReceiver::awaitNext() {
+    if (connection_.isIdleTold) return;
+    bool isIdle = true;
+    try {
+        for (int waited = 0; isIdle && waited < services_.idleTime; waited += waitSlice) {
+            isIdle = !reader_.hasData(waitSlice);
+            if (isIdle && services_.isAnotherWaiting && services_.isAnotherWaiting()) break;
+        }
+    } catch (const Stopped&) {
+        tellIdleness();
+        throw;
+    }
+    if (isIdle) tellIdleness();
+}
+
+void ModelReceiver::tellIdleness() {
+    connection_.isIdleTold = true;
+    services_.log.note("connection " + std::to_string(connection_.number) +
+                       " is still open, and idle, after its model");
+}
+
+std::optional<std::uint32_t> ModelReceiver::readNextVersion() {
+    awaitNext();
+    return reader_.readWordOrEnd("model version");
 }
 
 void ModelReceiver::protocolError(std::uint64_t offset, const std::string& text) {

@@ -11,6 +11,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "common/model_notes.h"
 #include "standin/connection.h"
 
 namespace q7standin {
@@ -69,6 +70,10 @@ class ModelReceiver {
     void keep(const void* data, std::size_t size);
     void keepWord(std::uint32_t word);
     void commitAndLog(const std::string& form);
+    void tellNotes();
+    void awaitNext();
+    void tellIdleness();
+    std::optional<std::uint32_t> readNextVersion();
     void protocolError(std::uint64_t offset, const std::string& text);
 
     Connection& connection_;
@@ -89,6 +94,7 @@ class ModelReceiver {
     std::unordered_set<WideString> unknownMaterials_;
     std::vector<const WideString*> materialOfInstance_;
     std::unordered_map<WideString, MeshUse> meshes_;
+    q7tools::ModelNotes notes_;  // of names in the sets and the map here
     std::uint32_t meshCount_ = 0;
     std::uint64_t countedTriangles_ = 0;  // as the header counts them
     std::uint64_t placedTriangles_ = 0;   // as they are to be drawn

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "common/files.h"
+#include "common/version.h"
 #include "standin/window_names.h"
 
 namespace q7standin {
@@ -51,6 +52,11 @@ Examples:
 
   q7-standin --close-at-ack 3 --abort
       Breaks the connection in the middle of the first model. --die-at-ack 3 ends like a crash.
+
+Notes:
+  Behind a model it notes what is most likely a mistake in it, such as a transposed matrix; and once of
+  a connection that stays open, and idle, after its model: nothing else gets through until it is closed.
+  They are not errors, and not told with --quiet.
 
 As the launcher:
   Copied to the place of a renderer's launcher and started with -pluginFile=FILE, it behaves as the
@@ -345,6 +351,8 @@ std::variant<Options, HelpText, UsageError> parseOptions(
     app.allow_windows_style_options(false);
     app.option_defaults()->take_last();
     app.set_help_flag("--help,-h", "Print this help and exit");
+    app.set_version_flag("--version", q7tools::versionText("q7-standin"),
+                         "Print the version and exit");
     app.footer(guide);
     ChosenPreview preview;
     addOutput(app, options, preview);
@@ -360,6 +368,8 @@ std::variant<Options, HelpText, UsageError> parseOptions(
         options.preview = previewOf(preview, options.out.has_value());
     } catch (const CLI::CallForHelp&) {
         return HelpText{app.help()};
+    } catch (const CLI::CallForVersion& call) {
+        return HelpText{std::string(call.what()) + '\n'};
     } catch (const CLI::ParseError& error) {
         return UsageError{error.what()};
     }

@@ -43,6 +43,7 @@ struct Options {
     Answers answers;
     Misbehaviour misbehaviour;
     int patience = 5000;
+    int idleTime = 3000;  // as in Services; no option of the command line
     bool checkArrays = true;
     bool quiet = false;
     std::optional<std::filesystem::path> out;

@@ -49,6 +49,7 @@ class Listener {
     ~Listener() { platform::closeSocket(socket_); }
 
     std::uint16_t port() const { return platform::portOf(socket_); }
+    bool isAnyWaiting() const { return platform::waitForData(socket_, 0); }
     platform::SocketHandle accept(int milliseconds) const {
         return platform::acceptClient(socket_, milliseconds);
     }
@@ -101,6 +102,7 @@ class Renderer {
               surroundings.die),
           services_{.answers = options.answers,
                     .patience = options.patience,
+                    .idleTime = options.idleTime,
                     .checkArrays = options.checkArrays,
                     .log = log_,
                     .store = store_,
@@ -108,6 +110,7 @@ class Renderer {
                     .transcript = transcript_,
                     .openModelBlock = openSharedModelBlock,
                     .previews = previews_ ? &*previews_ : nullptr,
+                    .isAnotherWaiting = [this] { return listener_ && listener_->isAnyWaiting(); },
                     .pluginFileArrived = [this](const WideString& file) { takePlugin(file); }} {}
 
     int run() {

@@ -113,6 +113,8 @@ TEST(InspectArchiveReport, jsonTellsAll) {
                                               {"path", "C:\\tex\\glow.jpg"}}));
     EXPECT_EQ(report["stream"]["file"], "a.q7a: 1.q7mesh");
     EXPECT_EQ(report["stream"]["instances"].size(), 3U);
+    EXPECT_EQ(report["stream"]["instancePathsIn"], "info.json");
+    EXPECT_EQ(report["stream"]["instances"][1]["path"], "/c");
 }
 
 TEST(InspectArchiveReport, jsonHasNullsForWhatIsNotThere) {

@@ -106,6 +106,19 @@ TEST(InspectArchiveValidate, unknownEntriesAreNotes) {
     EXPECT_EQ(notesOf(zip), (Lines{"1.fbx" + reason, "notes.txt" + reason}));
 }
 
+TEST(InspectArchiveValidate, notesOnTheStream) {
+    Scene scene = archivetest::scene();
+    scene.meshes[0].uvs.assign(8, 0);
+    const ZipBuilder zip = archiveOf(scene);
+    EXPECT_EQ(faultsOf(zip), Lines());
+    const ArchiveFindings findings = check(zip);
+    ASSERT_EQ(findings.notes.size(), 1U);
+    EXPECT_EQ(findings.notes[0].entry, "1.q7mesh");
+    EXPECT_TRUE(findings.notes[0].offset);
+    EXPECT_EQ(findings.notes[0].reason,
+              "1 mesh has a material with a texture, and uvs that are all 0: \"quad\"");
+}
+
 TEST(InspectArchiveValidate, commentsAndLooseBytesAreNotes) {
     ZipBuilder zip = soundArchive();
     zip.comment = "c";

@@ -87,7 +87,36 @@ TEST_F(Inspect, validTellsMergedMeshes) {
     EXPECT_EQ(run.exitCode, 0);
     EXPECT_EQ(run.out, file +
                            ": valid: 2 materials, 1 instance, 3 meshes (1 merged), 2 placed "
-                           "triangles\n");
+                           "triangles\n" +
+                           file +
+                           ": note: at byte 204: 1 material is used by no instance: \"Lamp\"\n");
+}
+
+TEST_F(Inspect, notesAreNoFaults) {
+    Scene scene;
+    scene.instances[0].transform[7] = 5;
+    const std::string note =
+        "1 instance has its translation in elements 3, 7 and 11 of the transform, and none in 12 "
+        "to "
+        "14: the matrix is transposed; of the mesh: \"quad\"\n";
+    const std::string file = save(scene.build());
+    const Outcome run = inspect({"--validate", file});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_NE(run.out.find("\n" + file + ": note: at byte "), std::string::npos) << run.out;
+    EXPECT_TRUE(run.out.ends_with(": " + note)) << run.out;
+    const Outcome summary = inspect({file});
+    EXPECT_EQ(summary.exitCode, 0);
+    EXPECT_TRUE(summary.out.ends_with("\nNotes (1)\n  " + note)) << summary.out;
+    EXPECT_EQ(inspect({"--json", file}).exitCode, 0);
+}
+
+TEST_F(Inspect, pathsAreReadFromTheMessageThatWasKept) {
+    const std::string file = save(Scene().build(), "0004-model.q7mesh");
+    saveText(R"({"instance_paths":["/a/Lamp","/b/Wall","/c/Wall"]})", "0004-instance-paths.json");
+    const auto report = nlohmann::json::parse(inspect({"--json", file}).out);
+    EXPECT_EQ(report["instancePathsIn"], "0004-instance-paths.json");
+    EXPECT_EQ(report["instances"][2]["path"], "/c");
+    EXPECT_NE(inspect({file}).out.find("(0, 0, -5)    /c\n"), std::string::npos);
 }
 
 TEST_F(Inspect, eachFaultGetsOneLine) {
@@ -112,10 +141,13 @@ TEST_F(Inspect, manyFaultsAreCutUnlessAllAreAsked) {
     const std::string file = save(scene.build());
     const Outcome cut = inspect({"--validate", file});
     EXPECT_EQ(cut.exitCode, 1);
-    EXPECT_EQ(std::ranges::count(cut.out, '\n'), 101);
-    EXPECT_TRUE(cut.out.ends_with(file + ": ... and 20 more faults\n")) << cut.out;
+    const std::string note =
+        file + ": note: at byte 204: 2 materials are used by no instance: \"Lamp\", \"Wall\"\n";
+    EXPECT_EQ(std::ranges::count(cut.out, '\n'), 102);
+    EXPECT_TRUE(cut.out.ends_with(file + ": ... and 20 more faults\n" + note)) << cut.out;
     const Outcome all = inspect({"--validate", "--all", file});
-    EXPECT_EQ(std::ranges::count(all.out, '\n'), 120);
+    EXPECT_EQ(std::ranges::count(all.out, '\n'), 121);
+    EXPECT_TRUE(all.out.ends_with(note));
 }
 
 TEST_F(Inspect, aBrokenStreamIsAFaultInEveryMode) {

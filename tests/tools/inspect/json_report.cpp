@@ -43,6 +43,8 @@ TEST(InspectJson, holdsEverythingButTheArrays) {
     ASSERT_EQ(report["materials"].size(), 2U);
     const json& lamp = report["materials"][0];
     EXPECT_EQ(lamp["name"], "Lamp");
+    EXPECT_EQ(lamp["uses"], 1);
+    EXPECT_EQ(report["materials"][1]["uses"], 2);
     EXPECT_EQ(lamp["kind"], "typed");
     EXPECT_EQ(lamp["type"], "/Game/MatLib2/Base/Base/Base_9/m.m");
     EXPECT_EQ(lamp["properties"][1], (json{{"element", "Base--Map"}, {"text", "C:\\a & b.png"}}));
@@ -53,6 +55,9 @@ TEST(InspectJson, holdsEverythingButTheArrays) {
     ASSERT_EQ(report["instances"].size(), 3U);
     EXPECT_EQ(report["instances"][1]["mesh"], "quad");
     EXPECT_EQ(report["instances"][1]["material"], "Wall");
+    EXPECT_EQ(report["instances"][1]["path"], nullptr);
+    EXPECT_EQ(report["instancePathsIn"], nullptr);
+    EXPECT_EQ(report["notes"], json::array());
     EXPECT_EQ(report["instances"][1]["transform"], json(streamtest::movedBy(10, 20, 30)));
 
     json quad = report["meshes"][0];
@@ -92,7 +97,25 @@ TEST(InspectJson, offsetsAreThoseOfTheFile) {
 
 TEST(InspectJson, eachRecordTakesOneLine) {
     const std::string text = textOf(Scene().build());
-    EXPECT_EQ(std::ranges::count(text, '\n'), 1 + 9 + (1 + 2 + 1) + (1 + 3 + 1) + (1 + 2 + 1) + 1);
+    EXPECT_EQ(std::ranges::count(text, '\n'), 1 + 11 + (1 + 2 + 1) + (1 + 3 + 1) + (1 + 2 + 1) + 1);
+}
+
+TEST(InspectJson, holdsNotesAndPaths) {
+    Scene scene;
+    scene.instances[0].material = u"Wall";
+    const q7tools::StreamModel model = q7tools::readStream(scene.build().bytes());
+    std::ostringstream out;
+    q7inspect::printJson(out, "a", model, {"p.json", "", {"/a", "b\xff", ""}});
+    const json report = json::parse(out.str());
+    EXPECT_EQ(report["instancePathsIn"], "p.json");
+    EXPECT_EQ(report["instances"][0]["path"], "/a");
+    EXPECT_EQ(report["instances"][1]["path"], "b\xef\xbf\xbd");
+    EXPECT_EQ(report["instances"][2]["path"], "");
+    EXPECT_EQ(report["notes"],
+              (json::array({{{"kind", "unused"},
+                             {"offset", model.materials[0].offset},
+                             {"count", 1},
+                             {"text", "1 material is used by no instance: \"Lamp\""}}})));
 }
 
 TEST(InspectJson, emptyModelIsValidJson) {

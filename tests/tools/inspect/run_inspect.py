@@ -5,6 +5,7 @@
 """
 
 import json
+import re
 import struct
 import subprocess
 import sys
@@ -127,6 +128,13 @@ class RunInspect(unittest.TestCase):
         run = self.run_program("--help")
         self.assertEqual((run.returncode, run.stderr), (0, b""))
         self.assertIn(b"Examples:", run.stdout)
+
+    def test_version(self) -> None:
+        project = (Path(__file__).parents[3] / "CMakeLists.txt").read_text("utf-8")
+        version = re.search(r"^project\(Q7Plugin VERSION ([\d.]+)", project, re.MULTILINE)[1]
+        run = self.run_program("--version")
+        self.assertEqual((run.returncode, run.stderr), (0, b""))
+        self.assertEqual(run.stdout.decode(), f"q7-inspect {version}\n")
 
 
 if __name__ == "__main__":

@@ -39,9 +39,9 @@ TEST(InspectSummary, tellsAllThatIsInAScene) {
                   "  world size        (11, 21, 35)\n"
                   "\n"
                   "Materials (2)\n"
-                  "  name  kind   properties  units of text\n"
-                  "  \xe7\x81\xaf    typed           3            175\n"
-                  "  Wall  text            -             24\n"
+                  "  name  kind   uses  properties  units of text\n"
+                  "  \xe7\x81\xaf    typed     0           3            175\n"
+                  "  Wall  text      2           -             24\n"
                   "\n"
                   "Meshes (2)\n"
                   "  name  vertices  triangles  uses  arrays\n"
@@ -52,7 +52,28 @@ TEST(InspectSummary, tellsAllThatIsInAScene) {
                   "  mesh  material  position\n"
                   "  quad  Lamp      (0, 0, 0)\n"
                   "  quad  Wall      (10, 20, 30)\n"
-                  "  tri   Wall      (0, 0, -5)\n");
+                  "  tri   Wall      (0, 0, -5)\n"
+                  "\n"
+                  "Notes (1)\n"
+                  "  1 material is used by no instance: \"\xe7\x81\xaf\"\n");
+}
+
+TEST(InspectSummary, tellsPathsThatAreKnown) {
+    const q7tools::StreamModel model = q7tools::readStream(Scene().build().bytes());
+    std::ostringstream out;
+    q7inspect::printSummary(out, "a.stream", model, false,
+                            {"info.json", "", {"/a/quad", "/b\x1b", ""}});
+    EXPECT_TRUE(holds(out.str(), "  instance paths    in info.json\n")) << out.str();
+    EXPECT_TRUE(
+        out.str().ends_with("Instances (3)\n"
+                            "  mesh  material  position      path\n"
+                            "  quad  Lamp      (0, 0, 0)     /a/quad\n"
+                            "  quad  Wall      (10, 20, 30)  /b\\u001b\n"
+                            "  tri   Wall      (0, 0, -5)\n"))
+        << out.str();
+    std::ostringstream other;
+    q7inspect::printSummary(other, "a.stream", model, false, {"p.json", "has 1 path", {}});
+    EXPECT_TRUE(holds(other.str(), "  instance paths    none: p.json has 1 path\n"));
 }
 
 TEST(InspectSummary, mergedMeshesAreUnindexedTriangles) {
@@ -130,7 +151,7 @@ TEST(InspectSummary, damageIsShownAndNotFollowed) {
     const std::string summary = summaryOf(stream);
     EXPECT_TRUE(holds(summary, "  header            (not a JSON object)\n")) << summary;
     EXPECT_TRUE(holds(summary, "  trailing bytes    1\n")) << summary;
-    EXPECT_TRUE(holds(summary, "  Lamp  typed           ?")) << summary;
+    EXPECT_TRUE(holds(summary, "  Lamp  typed     1           ?")) << summary;
     EXPECT_TRUE(holds(summary, "  missing\\u001b  Lamp")) << summary;
     EXPECT_TRUE(holds(summary, "  bare         0          0     0  none\n")) << summary;
 }

@@ -48,6 +48,57 @@ TEST_F(ReceivedModel, PlainFormBecomesAStreamFile) {
                   " in 0.0 ms)  -> 0002-model.q7mesh");
 }
 
+TEST_F(ReceivedModel, NotesFollowTheModel) {
+    Scene scene;
+    scene.instances[0].transform[3] = 4;
+    scene.materials.push_back({u"Glass", u"<Material/>"});
+    scene.meshes[0].uvs.assign(8, 0);
+    EXPECT_EQ(receive(scene), "closed by the client");
+    const Lines lines = harness.outLines();
+    ASSERT_EQ(lines.size(), 5U);
+    EXPECT_EQ(harness.errorLines(), Lines{});
+    EXPECT_NE(lines[1].find("model, plain form"), std::string::npos) << lines[1];
+    EXPECT_EQ(lines[2],
+              "    0.000  #1  note: 1 instance has its translation in elements 3, 7 and 11 of the "
+              "transform, and none in 12 to 14: the matrix is transposed; of the mesh: \"quad\"");
+    EXPECT_EQ(lines[3],
+              "    0.000  #1  note: 1 mesh has a material with a texture, and uvs that are all 0: "
+              "\"quad\"");
+    EXPECT_EQ(lines[4], "    0.000  #1  note: 1 material is used by no instance: \"Glass\"");
+}
+
+TEST_F(ReceivedModel, NotesFollowAModelWithPaths) {
+    Scene scene;
+    scene.materials.push_back({u"Glass", u"<Material/>"});
+    scriptConnect(client, 11);
+    scriptModelWithPaths(client, scene);
+    EXPECT_EQ(harness.serve(client), "closed by the client");
+    EXPECT_EQ(harness.outLines().back(),
+              "    0.000  #1  note: 1 material is used by no instance: \"Glass\"");
+}
+
+TEST_F(ReceivedModel, UncheckedArraysGetNoNotes) {
+    harness.services.checkArrays = false;
+    Scene scene;
+    scene.meshes[0].uvs.assign(8, 0);
+    scene.meshes[1].positions.assign(9, 1e30F);
+    receive(scene);
+    EXPECT_NE(harness.outLines().back().find("model, plain form"), std::string::npos);
+}
+
+TEST_F(ReceivedModel, AConnectionThatStaysOpenIsTold) {
+    // The client says nothing more, and does not close.
+    scriptConnect(client, 7);
+    scriptPlainModel(client);
+    client.awaitAnswer();
+    int asked = 0;
+    harness.services.isAnotherWaiting = [&asked] { return ++asked == 2; };
+    EXPECT_THROW(harness.serve(client), std::logic_error);
+    EXPECT_EQ(asked, 2);
+    EXPECT_EQ(harness.outLines().back(),
+              "    0.000  connection 1 is still open, and idle, after its model");
+}
+
 TEST_F(ReceivedModel, ComesWhateverThePiecesOfTheConnection) {
     for (std::size_t size : {1, 2, 3, 5, 7}) {
         Harness serving;

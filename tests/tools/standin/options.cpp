@@ -207,6 +207,14 @@ TEST(Options, Mistakes) {
               "--metadata: \"size:268435457\" needs a number up to 268435456");
 }
 
+TEST(Options, VersionIsTold) {
+    const auto parsed = parseOptions({"--version"}, {});
+    const auto* text = std::get_if<HelpText>(&parsed);
+    ASSERT_NE(text, nullptr);
+    EXPECT_TRUE(text->text.starts_with("q7-standin ")) << text->text;
+    EXPECT_TRUE(text->text.ends_with("\n"));
+}
+
 TEST(Options, HelpTeaches) {
     const auto parsed = parseOptions({"--help"}, {});
     const auto* help = std::get_if<HelpText>(&parsed);

@@ -4,7 +4,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <cstring>
+#include <mutex>
+#include <optional>
 #include <sstream>
 #include <thread>
 
@@ -340,6 +343,60 @@ TEST_F(RunningRenderer, AClientThatOnlyWaitsDoesNotKeepItFromEnding) {
     EXPECT_EQ(client.answer(), 0U);
     EXPECT_EQ(end(), 0);
     EXPECT_EQ(client.answer(), std::nullopt);
+}
+
+const std::string idleLine = "connection 1 is still open, and idle, after its model\n";
+
+// Text that one thread writes and another waits for.
+class WatchedText : public std::stringbuf {
+  public:
+    void awaitLine(const std::string& line) {
+        std::unique_lock lock(mutex_);
+        EXPECT_TRUE(written_.wait_for(lock, std::chrono::minutes(1), [&] {
+            return flushed_.find(line) != std::string::npos;
+        })) << flushed_;
+    }
+
+  protected:
+    int sync() override {
+        const std::lock_guard lock(mutex_);
+        flushed_ = str();
+        written_.notify_all();
+        return 0;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable written_;
+    std::string flushed_;
+};
+
+TEST_F(RunningRenderer, AClientThatStaysIsToldWhenAnotherComes) {
+    WatchedText told;
+    static_cast<std::ios&>(out).rdbuf(&told);
+    options.idleTime = 600000;
+    options.connections = 2;
+    start();
+    std::optional<RawClient> first(std::in_place);
+    first->send(StreamBuilder().word(7).text(u"a"));
+    EXPECT_EQ(first->answer(), 0U);
+    EXPECT_TRUE(first->sendModel(false));
+    const RawClient second;
+    second.send(StreamBuilder().word(9).text(u"a"));
+    told.awaitLine(idleLine);
+    first.reset();
+    EXPECT_EQ(second.answer(), 0U);
+    end();
+}
+
+TEST_F(RunningRenderer, AClientThatStaysIsToldAtTheEnd) {
+    start();
+    const RawClient client;
+    client.send(StreamBuilder().word(7).text(u"a"));
+    EXPECT_EQ(client.answer(), 0U);
+    EXPECT_TRUE(client.sendModel(false));
+    EXPECT_EQ(end(), 0);
+    EXPECT_NE(out.str().find(idleLine), std::string::npos) << out.str();
 }
 
 TEST_F(RunningRenderer, TheTimeIsUp) {

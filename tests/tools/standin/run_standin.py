@@ -8,6 +8,7 @@ program of this system only.
 """
 
 import json
+import re
 import os
 import shutil
 import signal
@@ -173,6 +174,11 @@ class RunStandin(unittest.TestCase):
             errors,
             'q7-standin: usage: "many" is neither a 32-bit number nor "none" (--help tells more)\n',
         )
+
+    def test_version(self) -> None:
+        project = (Path(__file__).parents[3] / "CMakeLists.txt").read_text("utf-8")
+        version = re.search(r"^project\(Q7Plugin VERSION ([\d.]+)", project, re.MULTILINE)[1]
+        self.assertEqual(self.run_program("--version"), (0, f"q7-standin {version}\n", ""))
 
     def test_messages(self) -> None:
         process, port = self.start_ready(
