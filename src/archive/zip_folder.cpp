@@ -31,7 +31,7 @@ class Writer {
         return library_.open(writer_, path.c_str(), noSplitting, append) == MZ_OK;
     }
     bool add(const platform::FolderEntry& entry) {
-        // A zip file counts the bytes of a name in 16 bits.
+        // A zip file counts the bytes of a name in 16 bits. Only paths of Windows can be that long.
         return entry.name.size() < std::numeric_limits<std::uint16_t>::max() &&
                library_.addFile(writer_, entry.path.c_str(), entry.name.c_str()) == MZ_OK;
     }

@@ -1,25 +1,13 @@
 #include "support/console.h"
 
-#include <cstdio>
 #include <string>
 
-#include "platform/pipe_signals.h"
-
-namespace {
-
-void printLineTo(std::FILE* stream, std::string_view text) {
-    const std::string line = std::string(text) + '\n';
-    const platform::PipeSignalsHeld held;
-    std::fwrite(line.data(), 1, line.size(), stream);
-    std::fflush(stream);
-}
-
-}  // namespace
+#include "platform/standard_streams.h"
 
 void printLine(std::string_view text) {
-    printLineTo(stdout, text);
+    platform::writeText(platform::StandardStream::Output, std::string(text) + '\n');
 }
 
 void printErrorLine(std::string_view text) {
-    printLineTo(stderr, text);
+    platform::writeText(platform::StandardStream::Error, std::string(text) + '\n');
 }

@@ -3,8 +3,7 @@
 
 #include <string_view>
 
-// Writes the text and a line end to standard output at once. A stream takes either narrow or wide
-// text, so narrow it is for all of them.
+// Writes the text and a line end to standard output at once.
 void printLine(std::string_view text);
 
 // The same to standard error.

@@ -45,6 +45,25 @@ bool createAll(const WideString& path) {
     }
 }
 
+// The names that a walk visits, folders with a separator at the end; their paths must lead to them.
+std::vector<std::string> namesBelow(const WideString& folder) {
+    std::vector<std::string> names;
+    EXPECT_TRUE(platform::walkFolder(folder, [&](const platform::FolderEntry& entry) {
+        EXPECT_TRUE(entry.path.ends_with(entry.name)) << entry.path;
+        const WideString path = utf8ToWide(entry.path);
+        EXPECT_EQ(platform::isFolder(path), entry.isFolder) << entry.path;
+        EXPECT_EQ(platform::fileCanBeOpened(path), !entry.isFolder) << entry.path;
+        names.push_back(entry.isFolder ? wideToUtf8(utf8ToWide(entry.name) + separator)
+                                       : entry.name);
+        return true;
+    }));
+    return names;
+}
+
+std::string native(const char16_t* path) {
+    return wideToUtf8(wide(fs::path(path).make_preferred()));
+}
+
 }  // namespace
 
 TEST(LocalAppDataFolder, IsTheUsersWithoutASeparatorBehindIt) {
@@ -220,6 +239,29 @@ TEST(RemoveFolderTree, IsFalseWhenAFileStaysInUse) {
     EXPECT_TRUE(platform::removeFolderTree(wide(folder / "tree")));
 }
 
+namespace {
+
+// A link to a folder that needs no privilege. False under Wine, which makes none.
+bool makeJunction(const fs::path& link, const fs::path& target) {
+    const std::wstring command =
+        L"mklink /J \"" + link.wstring() + L"\" \"" + target.wstring() + L"\" >nul 2>nul";
+    return _wsystem(command.c_str()) == 0 && fs::exists(link);
+}
+
+}  // namespace
+
+TEST(RemoveFolderTree, LeavesWhatJunctionsPointTo) {
+    const TemporaryFolder folder;
+    fs::create_directory(folder / "tree");
+    fs::create_directory(folder / "kept");
+    std::ofstream(folder / "kept" / "file") << "x";
+    if (!makeJunction(folder / "tree" / "link", folder / "kept"))
+        GTEST_SKIP() << "this system makes no junctions";
+    EXPECT_EQ(namesBelow(wide(folder / "tree")), std::vector<std::string>());
+    EXPECT_TRUE(platform::removeFolderTree(wide(folder / "tree")));
+    EXPECT_TRUE(fs::exists(folder / "kept" / "file"));
+}
+
 // Of attributes and tag alone: Wine makes no reparse points.
 TEST(IsFolderItself, IsFalseForLinksOnly) {
     constexpr DWORD folder = FILE_ATTRIBUTE_DIRECTORY;
@@ -259,29 +301,6 @@ TEST(Folders, MayHavePathsOfAnyLength) {
     EXPECT_TRUE(platform::removeFolderTree(first));
     EXPECT_FALSE(platform::isFolder(first));
 }
-
-namespace {
-
-// The names that a walk visits, folders with a separator at the end; their paths must lead to them.
-std::vector<std::string> namesBelow(const WideString& folder) {
-    std::vector<std::string> names;
-    EXPECT_TRUE(platform::walkFolder(folder, [&](const platform::FolderEntry& entry) {
-        EXPECT_TRUE(entry.path.ends_with(entry.name)) << entry.path;
-        const WideString path = utf8ToWide(entry.path);
-        EXPECT_EQ(platform::isFolder(path), entry.isFolder) << entry.path;
-        EXPECT_EQ(platform::fileCanBeOpened(path), !entry.isFolder) << entry.path;
-        names.push_back(entry.isFolder ? wideToUtf8(utf8ToWide(entry.name) + separator)
-                                       : entry.name);
-        return true;
-    }));
-    return names;
-}
-
-std::string native(const char16_t* path) {
-    return wideToUtf8(wide(fs::path(path).make_preferred()));
-}
-
-}  // namespace
 
 TEST(WalkFolder, VisitsAllLevelsAndFoldersBeforeTheirContent) {
     const TemporaryFolder folder;

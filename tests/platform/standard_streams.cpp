@@ -3,12 +3,14 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <filesystem>
 
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
 
 #if defined(_WIN32)
 #include <io.h>
+#include <windows.h>
 #define q7dup _dup
 #define q7dup2 _dup2
 #define q7close _close
@@ -40,6 +42,39 @@ std::string bytesWrittenTo(std::FILE* stream) {
     q7close(saved);
     return readFile(path);
 }
+
+TEST(WriteText, WritesLinesToTheStreamThatIsAskedFor) {
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    platform::writeText(platform::StandardStream::Output, "a\nb\n");
+    platform::writeText(platform::StandardStream::Error, "c\n\n");
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a\nb\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "c\n\n");
+}
+
+#if defined(_WIN32)
+// As a host does whose C runtime is not the library's.
+TEST(WriteText, FollowsTheHandleOfTheProcess) {
+    const TemporaryFolder folder;
+    const std::filesystem::path path = folder / "out";
+    HANDLE const before = GetStdHandle(STD_OUTPUT_HANDLE);
+    HANDLE const file =
+        CreateFileW(path.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_NEW, 0, nullptr);
+    ASSERT_NE(file, INVALID_HANDLE_VALUE);
+    ASSERT_TRUE(SetStdHandle(STD_OUTPUT_HANDLE, file));
+    platform::writeText(platform::StandardStream::Output, "a\nb\n");
+    SetStdHandle(STD_OUTPUT_HANDLE, before);
+    CloseHandle(file);
+    EXPECT_EQ(readFile(path), "a\r\nb\r\n");
+}
+
+TEST(WriteText, DropsTheTextWhereTheProcessHasNoStream) {
+    HANDLE const before = GetStdHandle(STD_ERROR_HANDLE);
+    ASSERT_TRUE(SetStdHandle(STD_ERROR_HANDLE, nullptr));
+    platform::writeText(platform::StandardStream::Error, "a\n");
+    SetStdHandle(STD_ERROR_HANDLE, before);
+}
+#endif
 
 TEST(StandardStreams, passLineEndsAsTheyAre) {
     EXPECT_EQ(bytesWrittenTo(stdout), "a\nb\r\n");
