@@ -60,11 +60,12 @@ install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/q7plugin FILES_M
 install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/q7plugin
   PATTERN tests EXCLUDE PATTERN __pycache__ EXCLUDE)
 
-# q7_licence(NAME PACKAGE): the licence of something that is linked in, as its package has it.
+# q7_licence(NAME PACKAGE): the licence of something that is linked in, as its package or vcpkg's port NAME has it.
 function(q7_licence name package)
-  foreach(top ${Q7_MINIZIP_PREFIX} /usr)
-    if(EXISTS ${top}/share/doc/${package}/copyright)
-      install(FILES ${top}/share/doc/${package}/copyright DESTINATION ${licence_folder} RENAME ${name}.txt)
+  foreach(file ${Q7_MINIZIP_PREFIX}/share/doc/${package}/copyright /usr/share/doc/${package}/copyright
+      ${VCPKG_INSTALLED_DIR}/${VCPKG_TARGET_TRIPLET}/share/${name}/copyright)
+    if(EXISTS ${file})
+      install(FILES ${file} DESTINATION ${licence_folder} RENAME ${name}.txt)
       return()
     endif()
   endforeach()
@@ -82,7 +83,7 @@ else()
 endif()
 if(Q7_MINIZIP_ROUTE STREQUAL source)
   install(FILES ${Q7_MINIZIP_SOURCE}/LICENSE DESTINATION ${licence_folder} RENAME minizip-ng.txt)
-elseif(minizip_is_private)
+elseif(minizip_is_private OR Q7_MINIZIP_ROUTE STREQUAL linked)
   q7_licence(minizip-ng libminizip-ng-dev)
 endif()
 

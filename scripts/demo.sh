@@ -12,6 +12,11 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . scripts/jobs.sh
 exec </dev/null
 
+if (($#)); then
+    echo "demo: unexpected argument $1 (scripts/demo.sh takes none)" >&2
+    exit 2
+fi
+
 set_up --demo
 mkdir -p build/demo
 log=build/demo/build.log

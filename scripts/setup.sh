@@ -76,11 +76,18 @@ fi
 lacks_minizip=yes
 [[ $installed != *" $minizip "* && ! -e $minizip_folder/complete ]] || lacks_minizip=
 
-# Whether a file of the release is there; CMake looks whether it is the right one.
+# Whether a file of the release is there. A file that is not the release would end configure.
 has_minizip_source() {
-    local folder
-    for folder in "${Q7_DOWNLOADS:-build/packages}" build/packages; do
-        [[ ! -e $folder/minizip-ng-4.0.10.tar.gz ]] || return 0
+    local file hash
+    hash=$(sed -n 's/^set(Q7_MINIZIP_HASH \(.*\))$/\1/p' cmake/Q7MinizipSource.cmake)
+    for file in {"${Q7_DOWNLOADS:-build/packages}",build/packages}/minizip-ng-4.0.10.tar.gz; do
+        if [[ -e $file ]]; then
+            sha256sum --check --status - <<<"$hash  $file" ||
+                fail "$file: not the release that is wanted: its SHA-256 differs from the one in cmake/Q7MinizipSource.cmake"
+            return 0
+        fi
+        [[ -z ${Q7_DOWNLOADS-} || $file == build/* ]] ||
+            echo "setup: Q7_DOWNLOADS: $Q7_DOWNLOADS has no ${file##*/}"
     done
     return 1
 }

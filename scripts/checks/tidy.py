@@ -127,6 +127,9 @@ def main(arguments: list[str]) -> int:
         print("usage: tidy.py [-jN] BUILD_FOLDER [WORD...]", file=sys.stderr)
         return 2
     build = Path(arguments[0]).resolve()
+    if not (build / "compile_commands.json").is_file():
+        print(f"tidy: {build}/compile_commands.json is missing: configure the build first", file=sys.stderr)
+        return 1
     files = sources(build, arguments[1:])
     if not files:
         print(f"tidy: {build}/compile_commands.json names no source to check", file=sys.stderr)

@@ -28,6 +28,12 @@ class DemoTest(ScriptTest):
         self.run_script("demo.sh")
         self.assertEqual(self.calls(), ["setup.sh --demo", BUILD])
 
+    def test_arguments_are_refused(self):
+        result = self.run_script("demo.sh", "--help")
+        self.assertEqual(result.returncode, 2)
+        self.assertEqual(result.stderr, "demo: unexpected argument --help (scripts/demo.sh takes none)\n")
+        self.assertEqual(self.calls(), [])
+
     def test_setup_that_fails(self):
         self.stand_in("scripts/setup.sh", "exit 1")
         self.assertEqual(self.run_script("demo.sh").returncode, 1)

@@ -1,5 +1,6 @@
 """Tests of scripts/setup.sh, with stand-ins for the package tools."""
 
+import hashlib
 import re
 import unittest
 
@@ -29,6 +30,15 @@ class SetupTest(ScriptTest):
         lines += ["installed libminizip-ng-dev"] * minizip
         lines += [f"config-files {name}" for name in removed]
         self.stand_in("bin/dpkg-query", *(f"echo '{line}'" for line in lines))
+
+    def downloads(self, hash):
+        """The place of the source in a folder of downloads, for a release of that hash."""
+        (self.top / "cmake").mkdir()
+        (self.top / "cmake/Q7MinizipSource.cmake").write_text(f"set(Q7_MINIZIP_HASH {hash})\n")
+        folder = self.top / "downloads"
+        folder.mkdir()
+        self.environment["Q7_DOWNLOADS"] = str(folder)
+        return folder / "minizip-ng-4.0.10.tar.gz"
 
     def everything_installed(self, **more):
         names = ("both", "linux", "windows", "bridge")
@@ -142,12 +152,22 @@ class SetupTest(ScriptTest):
     def test_downloaded_source_of_minizip_needs_nothing(self):
         names = ("both", "linux", "windows")
         self.installed(*(p for name in names for p in packages_of(name)), minizip=False)
-        downloads = self.top / "downloads"
-        downloads.mkdir()
-        (downloads / "minizip-ng-4.0.10.tar.gz").touch()
-        self.environment["Q7_DOWNLOADS"] = str(downloads)
+        file = self.downloads(hashlib.sha256(b"release").hexdigest())
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.stdout.splitlines()[0], f"setup: Q7_DOWNLOADS: {file.parent} has no {file.name}")
+        self.assertIn("cmake -P cmake/Q7MinizipSource.cmake", self.calls())
+        file.write_bytes(b"release")
         result = self.run_script("setup.sh")
         self.assertEqual(result.stdout, "setup: nothing to install\n", result.stderr)
+
+    def test_downloaded_source_of_another_release_is_refused(self):
+        self.everything_installed()
+        file = self.downloads(hashlib.sha256(b"release").hexdigest())
+        file.write_bytes(b"releas")
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn(f"setup: {file}: not the release that is wanted", result.stderr)
+        self.assertEqual([call for call in self.calls() if "apt" in call], [])
 
     def test_downloads_that_are_not_a_folder_are_refused_before_anything_is_installed(self):
         self.installed("git")

@@ -5,7 +5,7 @@ import json
 import os
 import tempfile
 import unittest
-from contextlib import redirect_stdout
+from contextlib import redirect_stderr, redirect_stdout
 from pathlib import Path
 from unittest import mock
 
@@ -128,6 +128,11 @@ class TidyTest(unittest.TestCase):
 
     def test_build_without_sources_is_a_fault(self):
         self.assertEqual(self.run_tidy()[0], 1)
+
+    def test_folder_without_a_build_is_a_fault(self):
+        with redirect_stderr(io.StringIO()) as errors:
+            self.assertEqual(tidy.main([str(self.top / "nothing")]), 1)
+        self.assertIn("nothing/compile_commands.json is missing", errors.getvalue())
 
     def test_settings_of_a_folder_hold_for_its_bundles(self):
         self.add("tools/common/a.cpp")

@@ -121,14 +121,36 @@ class InstallTest(unittest.TestCase):
         for file in (self.prefix / "share/doc/q7plugin/licences").iterdir():
             self.assertGreater(len(file.read_text(errors="replace")), 200, file)
 
+    def system_options(self):
+        if arguments.toolchain:
+            return [f"-DCMAKE_TOOLCHAIN_FILE={arguments.toolchain}"]
+        return [f"-DCMAKE_CXX_COMPILER={arguments.compiler}"]
+
+    def place_options(self):
+        # A toolchain's search stays below its own roots.
+        if arguments.toolchain:
+            return [f"-DQ7Plugin_DIR={self.prefix}/lib/cmake/Q7Plugin"]
+        return [f"-DCMAKE_PREFIX_PATH={self.prefix}"]
+
     def test_cmake_consumer(self):
         build = self.top / "cmake-consumer"
-        options = [f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DCMAKE_CXX_COMPILER={arguments.compiler}"]
-        if arguments.toolchain:
-            options = [f"-DCMAKE_TOOLCHAIN_FILE={arguments.toolchain}", f"-DQ7Plugin_DIR={self.prefix}/lib/cmake/Q7Plugin"]
+        options = [*self.system_options(), *self.place_options()]
         run(arguments.cmake, "-S", CONSUMER, "-B", build, "-G", "Ninja", *options)
         run(arguments.cmake, "--build", build)
         self.assert_works(build / ("consumer.exe" if self.windows else "consumer"))
+
+    def test_plugin_to_copy(self):
+        project = self.prefix / "share/doc/q7plugin/examples/own_project"
+        configure = [arguments.cmake, "-S", project, "-G", "Ninja", *self.system_options(), "-B"]
+        with self.assertRaisesRegex(AssertionError, "CMAKE_PREFIX_PATH=FOLDER.*\\s.*-DQ7PLUGIN_FOLDER=FOLDER"):
+            run(*configure, self.top / "nothing")
+        build = self.top / "own"
+        run(*configure, build, *self.place_options())
+        run(arguments.cmake, "--build", build)
+        if self.windows:
+            return self.assertEqual(sorted(f.name for f in build.glob("*.dll")), ["Q7Plugin.dll", "my_plugin.dll"])
+        code = "import ctypes; print(ctypes.CDLL('./my_plugin.so').exportScene())"
+        self.assertEqual(run(sys.executable, "-c", code, cwd=build), "1\n")
 
     def test_cmake_refuses_another_version(self):
         project = self.top / "other-version"
