@@ -46,10 +46,14 @@ class LinkError(Q7Error, ConnectionError):
 
 
 class ArchiveError(Q7Error, OSError):
-    """An archive was not made; the library printed one line on standard error that tells the step."""
+    """An archive was not made, or not whole, and what was at its place before is there as it was.
 
-    def __init__(self, path: str) -> None:
+    Where a step of the library failed, the library printed one line on standard error that names the step.
+    """
+
+    def __init__(self, path: str, reason: str = "") -> None:
         super().__init__(
-            f"{path}: the archive was not made; see standard error for the step that failed"
+            f"{path}: the archive was not made"
+            + (f": {reason}" if reason else "; see standard error for the step that failed")
         )
         self.path = path

@@ -71,8 +71,6 @@ def text_of(error):
             return _LINK_FAULTS.get(int(error.result), str(error))
         if isinstance(error, q7plugin.ConnectError):
             return _CONNECT_FAULTS.get(int(error.result), str(error))
-        if isinstance(error, q7plugin.ArchiveError):
-            return f"{error.path}: the archive could not be made"
         if isinstance(error, q7plugin.Q7Error):
             return str(error)
     if isinstance(error, OSError):

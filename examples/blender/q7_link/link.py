@@ -1,5 +1,6 @@
 """A scene on its way to the renderer or to a file: what the operators and the live link share."""
 
+import errno
 import os
 import tempfile
 from dataclasses import dataclass
@@ -8,7 +9,6 @@ import bpy
 
 from . import library
 from .calls import Call, Progress
-from .files import save_archive, save_stream
 from .library import LinkFault
 from .identity import identity
 from .material_reader import read_material
@@ -201,16 +201,16 @@ class SceneLink:
 
     def save_stream(self, path):
         session = self.model.session
-        save_stream(
-            session.save_processed_to_file if self.options.merged else session.save_raw_to_file,
-            path,
-        )
+        save = session.save_processed_to_file if self.options.merged else session.save_raw_to_file
+        save(path)
 
     def save_archive(self, path):
         session = self.model.session
-        save_archive(
-            session.save_processed_to_q7a if self.options.merged else session.save_raw_to_q7a, path
-        )
+        # The library would make the folder, which is most likely a mistake in typing.
+        if not os.path.isdir(os.path.dirname(path) or "."):
+            raise FileNotFoundError(errno.ENOENT, os.strerror(errno.ENOENT), path)
+        save = session.save_processed_to_q7a if self.options.merged else session.save_raw_to_q7a
+        save(path)
 
 
 def _summary(link, where):

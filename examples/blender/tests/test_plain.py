@@ -18,7 +18,6 @@ import numpy as np  # noqa: E402
 import package  # noqa: E402
 import q7plugin  # noqa: E402
 from q7_link.calls import Call, Job, Progress  # noqa: E402
-from q7_link.files import is_whole_stream, save_archive, save_stream  # noqa: E402
 from q7_link.names import UniqueNames, clean, distinct  # noqa: E402
 from q7_link.png import png_bytes  # noqa: E402
 from q7_link.records import NO_MATERIAL, CameraPath, Part, Placement, Scene, Source  # noqa: E402
@@ -409,48 +408,6 @@ class Jobs(unittest.TestCase):
         call.start()
         with self.assertRaises(ZeroDivisionError):
             call.result()
-
-
-class Files(ModelTest):
-    def setUp(self):
-        super().setUp()
-        self.add("A")
-        self.update()
-        self.file = self.folder / "model.q7mesh"
-
-    def test_a_whole_stream(self):
-        save_stream(self.model.session.save_raw_to_file, str(self.file))
-        self.assertEqual([file.name for file in self.folder.iterdir()], ["model.q7mesh"])
-        data = self.file.read_bytes()
-        for size in range(len(data)):
-            self.file.write_bytes(data[:size])
-            self.assertFalse(is_whole_stream(self.file), size)
-
-    def test_a_disk_that_is_full(self):
-        self.file.write_bytes(b"before")
-
-        def save(path):
-            self.model.session.save_raw_to_file(path)
-            Path(path).write_bytes(Path(path).read_bytes()[:-1])
-
-        with self.assertRaisesRegex(OSError, "is the disk full") as caught:
-            save_stream(save, str(self.file))
-        self.assertEqual(caught.exception.filename, str(self.file))
-        self.assertEqual(self.file.read_bytes(), b"before")
-        self.assertEqual(len(list(self.folder.iterdir())), 1)
-
-    def test_a_folder_that_is_not_there(self):
-        path = str(self.folder / "none" / "model")
-        for save in (save_stream, save_archive):
-            with self.assertRaises(FileNotFoundError) as caught:
-                save(self.model.session.save_raw_to_file, path)
-            self.assertEqual(caught.exception.filename, path)
-
-    def test_an_archive(self):
-        file = self.folder / "model.q7a"
-        save_archive(self.model.session.save_raw_to_q7a, str(file))
-        self.assertIn("1.q7mesh", zipfile.ZipFile(file).namelist())
-        self.assertEqual(list(self.folder.iterdir()), [file])
 
 
 class Packaging(unittest.TestCase):
