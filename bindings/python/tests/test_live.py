@@ -53,7 +53,10 @@ def published(status, port):
         "BD7A725E37C60EEFD473703CF7EC26DD": struct.pack("<H", port),
     }
     for name, content in files.items():
-        (Path("/dev/shm") / name).write_bytes(content)
+        block = Path("/dev/shm") / name
+        # A block of a stand-in that was killed would count as missing.
+        block.unlink(missing_ok=True)
+        block.write_bytes(content)
     try:
         yield
     finally:
