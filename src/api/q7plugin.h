@@ -397,7 +397,9 @@ Q7_API void AddScene(void* session, const Q7Char* name, const Q7Char* label, con
  *
  *  @param nodeName the node. Ending a node under a name that was used before updates its meshes in
  *      place and adds instances again; delete the node first to replace it.
- *  @param transform 16 floats, read when the node ends: keep them alive until then
+ *  @param transform 16 floats, read when the node ends: keep them alive until then. A sanitizer in the
+ *      host alone does not see that they were freed, since the library makes the access: use valgrind,
+ *      or the library as the preset linux-asan builds it.
  *  @param instancePath path of every instance of this node
  *
  *  A node that is open is renamed: what its triangles become belongs to the new name, but the meshes

@@ -78,6 +78,11 @@ ELSEWHERE = [
         ["python_bindings"],
     ),
     (
+        r"LD_PRELOAD=.*",
+        "it needs the build of linux-asan, in which process_freed_transform runs it",
+        [],
+    ),
+    (
         r"blender -b .*measure\.py.*",
         "it needs Blender and lasts for minutes; scripts/test.sh --host runs the add-on in it",
         [],

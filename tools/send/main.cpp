@@ -149,8 +149,7 @@ std::string send(const Options& options) {
     sender.reset();
     bar.show("Checking", 1);
     const std::vector<WrittenFile> files = outputs.verifyAndCommit(totals);
-    return notes(scene, totals, outputs.archived()) +
-           (delivery ? deliveryLines(*delivery) : "") +
+    return notes(scene, totals, outputs.archived()) + (delivery ? deliveryLines(*delivery) : "") +
            closingLine(options.model, totals, delivery, files);
 }
 

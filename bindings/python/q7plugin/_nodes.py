@@ -19,6 +19,7 @@ from ._base import SessionBase
 from ._numbers import uint32
 from ._text import encode
 from .enums import CoordOrder
+from .errors import NodeError
 
 _XYZ = CoordOrder.XYZ
 _TRANSFORM = ((4, 4), (16,))
@@ -191,6 +192,8 @@ class NodeMethods(SessionBase):
             raw.Q7BeginNode(session, node, address, encode(path, "path"))
         # Until the next node begins: triangles without a node are placed with it, too.
         self._transform = block
+        self._nodes.add(node)
+        self._open = node
 
     def end_node(self) -> None:
         """Ends the open node: one mesh and one instance come of each material that its triangles named.
@@ -204,6 +207,10 @@ class NodeMethods(SessionBase):
         Cost: independent of the number of triangles.
         """
         self._raw.Q7EndNode(self._session)
+        # Again, since a node may be deleted while it is open.
+        if self._open is not None:
+            self._nodes.add(self._open)
+        self._open = None
 
     def add_triangle(
         self,
@@ -319,13 +326,77 @@ class NodeMethods(SessionBase):
             self._raw.MaxDuplicateNode(self._session, *names, block)
         else:
             self._raw.Q7DuplicateNode(self._session, *names, block, encode(path, "path"))
+        self._nodes.add(names[1])
 
     def delete_node(self, name: str) -> None:
         """Forgets a node and marks its instances for removal; they leave the model at the next live send.
 
         Until then they are counted and saved. Nothing happens when the node is unknown.
         """
-        self._raw.Q7DeleteNode(self._session, encode(name, "name"))
+        node = encode(name, "name")
+        self._raw.Q7DeleteNode(self._session, node)
+        self._nodes.discard(node)
+
+    def move_node(self, name: str, transform: Optional[Floats], path: str) -> None:
+        """Places a node elsewhere, with the same name, meshes and materials.
+
+        name: a node of this session that was ended or made by duplicate_node
+        transform: the new place: 16 floats, (4, 4) or (16,), read at once; None is the identity
+        path: path of the node's instances, which is not taken over from the old ones. Both have no
+            default: the library hands out neither the transform nor the path of a node.
+
+        The library has no such call: the node is duplicated aside, deleted, duplicated back, and the
+        aside node is deleted. So each instance of the node leaves two behind that the next live send
+        takes out, and that are counted and saved until then. All instances of the node, which has
+        several when it was ended or duplicated more than once, get the one transform and path. Other
+        nodes that share its meshes stay where they are.
+        Raises NodeError, with nothing changed, when the session has no node of this name (the empty name
+        included, and nodes that were made by q7plugin.raw), or when the node is open.
+        Cost: constant for each instance; no geometry is copied.
+        """
+        block = self._placing(name, transform, path)
+        aside = "q7plugin.move_node"
+        while encode(aside, "aside") in self._nodes:
+            aside += "+"
+        self.duplicate_node(name, aside, block, path)
+        self.delete_node(name)
+        self.duplicate_node(aside, name, block, path)
+        self.delete_node(aside)
+
+    def rename_node(self, name: str, new: str, transform: Optional[Floats], path: str) -> None:
+        """Gives a node another name, by which it is duplicated, moved and deleted from now on.
+
+        name: a node of this session that was ended or made by duplicate_node
+        new: a name that no node of the session has, not empty, of any length
+        transform, path: as in move_node; those that the node has, unless it is to move as well
+
+        The node is duplicated under the new name and deleted under the old one: each of its instances
+        leaves one behind that the next live send takes out, and that is counted and saved until then.
+        The meshes keep the names that they have. So a node that is built later under the old name, with
+        a material that this one has, replaces the geometry of this one as well: to use the old name
+        again, delete the node and build it under its new name instead of renaming it.
+        Raises NodeError, with nothing changed, as move_node does, and when a node has the new name, also
+        one that is open and when it is the old name.
+        Cost: constant for each instance; no geometry is copied.
+        """
+        block = self._placing(name, transform, path)
+        if encode(new, "new") in self._nodes:
+            raise NodeError(f"new: there is a node {new!r} already; delete it first")
+        if not new:
+            raise NodeError("new: the library ignores a node without a name")
+        self.duplicate_node(name, new, block, path)
+        self.delete_node(name)
+
+    def _placing(self, name: str, transform: Optional[Floats], path: str) -> Optional[Floats]:
+        """The transform, read; raises for all that is wrong with placing a node again."""
+        self._session
+        node = encode(name, "name")
+        encode(path, "path")
+        if node not in self._nodes:
+            raise NodeError(f"name: the session has no node {name!r}")
+        if node == self._open:
+            raise NodeError(f"name: node {name!r} is open; end it first")
+        return None if transform is None else few_floats(transform, "transform", _TRANSFORM)
 
     def instance_count(self) -> int:
         """Counts the instances of the model, those marked for removal included."""

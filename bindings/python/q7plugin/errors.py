@@ -21,6 +21,13 @@ class SessionClosedError(Q7Error, ValueError):
     """A method was called of a session that was closed."""
 
 
+class NodeError(Q7Error, ValueError):
+    """A node cannot be moved or renamed: it is unknown or open, or its new name is empty or in use.
+
+    Nothing was changed.
+    """
+
+
 class VersionError(Q7Error, ValueError):
     """The version of the installed renderer is no version, so that the library cannot connect."""
 

@@ -18,6 +18,7 @@ from support import (
     Recorder,
     Standin,
     inspect,
+    inspected,
     needed,
     run_python,
 )
@@ -103,6 +104,34 @@ class Sending(Live):
         self.assertEqual(len(models), 5)
         for file, received in zip([raw_file] * 2 + [processed_file] * 3, models):
             self.expect_same(file, received)
+
+    def test_what_was_moved_renamed_and_deleted(self):
+        """Each send shows every object once, where it is now."""
+        place = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 5, 6, 7, 1]
+        self.describe()
+        standin = self.link("--connections", "1")
+        with self.session.connect_raw() as connection:
+            self.session.move_node("A", place, "/A")
+            self.session.move_node("A", place, "/moved")
+            connection.send()
+            self.assertEqual(self.session.instance_count(), 2)
+            self.session.rename_node("B", "C", None, "/C")
+            connection.send()
+            self.assertEqual(self.session.instance_count(), 2)
+            self.session.delete_node("C")
+            connection.send()
+            self.assertEqual(self.session.instance_count(), 1)
+        code, out = standin.finish()
+        self.assertEqual(code, 0, out)
+        models = [inspected(file) for file in standin.received() if file.suffix == ".q7mesh"]
+        origin, moved = ("B_Red", [0, 0, 0]), ("A_Red", [5, 6, 7])
+        self.assertEqual(
+            [
+                [(i["mesh"], i["transform"][12:15]) for i in model["instances"]]
+                for model in models[::2]
+            ],
+            [[origin, moved], [moved, origin], [moved]],
+        )
 
     def test_the_connection_is_closed_after_an_exception(self):
         standin = self.link("--connections", "1")

@@ -274,6 +274,130 @@ class Nodes(LibraryTest):
         info = json.loads(zipfile.ZipFile(archive).read("info.json"))
         self.assertEqual(info["instanceIdArray"], ["/Red", "//Red", "/other/Red"])
 
+    def places(self):
+        """Where the saved instances of each path are; those that wait for a send are the first."""
+        archive = self.folder / "places.q7a"
+        self.session.save_raw_to_q7a(archive)
+        info = json.loads(zipfile.ZipFile(archive).read("info.json"))
+        pairs = zip(info["instanceIdArray"], self.saved().instances)
+        return [(path, instance["transform"][12:15]) for path, instance in pairs]
+
+    def two_nodes(self):
+        for name in ("Node", "Other"):
+            with self.session.node(name, path=f"/{name}") as node:
+                node.add_triangles("Red", CORNERS)
+                node.add_triangles("Blue", CORNERS)
+
+    def test_moving(self):
+        self.two_nodes()
+        self.session.duplicate_node("Node", "Copy", None, "/Copy")
+        meshes = self.saved().meshes
+        self.session.move_node("Node", MOVED, "/place")
+        # Two instances for each that was there: of the node aside, and of the node.
+        moved = [("/place/Red", (5, 6, 7)), ("/place/Blue", (5, 6, 7))]
+        self.assertEqual(self.places()[6:], 2 * moved)
+        self.assertEqual(self.saved().meshes, meshes)
+        # What is known as the node is one instance for each material, not the old ones too.
+        before = self.session.instance_count()
+        self.session.duplicate_node("Node", "Again")
+        self.assertEqual(self.session.instance_count(), before + 2)
+        self.session.move_node("Again", None, "")
+        self.assertEqual(self.places()[-1], ("/Blue", (0, 0, 0)))
+
+    def test_moving_beside_a_node_of_the_name_that_is_used_aside(self):
+        recorder = self.record()
+        self.two_nodes()
+        self.session.move_node("Node", None, "/")
+        aside = recorder.calls[-1][1][1].decode("utf-16-le")[:-1]
+        for _ in range(2):
+            self.session.duplicate_node("Other", aside)
+            self.session.move_node("Node", None, "/")
+            self.assertNotEqual(recorder.calls[-1][1][1].decode("utf-16-le")[:-1], aside)
+            aside += "+"
+        before = self.session.instance_count()
+        self.session.duplicate_node(aside[:-1], "New")
+        self.assertEqual(self.session.instance_count(), before + 2)
+
+    def test_renaming(self):
+        self.two_nodes()
+        self.session.rename_node("Node", "New", MOVED, "/New")
+        self.assertEqual(self.places()[4:], [("/New/Red", (5, 6, 7)), ("/New/Blue", (5, 6, 7))])
+        self.assertEqual(
+            sorted(self.saved().meshes), ["Node_Blue", "Node_Red", "Other_Blue", "Other_Red"]
+        )
+        before = self.session.instance_count()
+        self.session.duplicate_node("Node", "Nothing")
+        self.assertEqual(self.session.instance_count(), before)
+        # The old name is free, also for a node that was deleted or is empty.
+        self.session.delete_node("Node")
+        self.session.rename_node("New", "Node", None, "/")
+        self.session.delete_node("Other")
+        self.session.rename_node("Node", "Other", None, "/")
+        self.session.rename_node("Nothing", "Still nothing", None, "/")
+        self.assertEqual(self.session.instance_count(), before + 4)
+
+    def test_a_node_built_under_a_name_that_was_given_up_replaces_the_geometry(self):
+        self.two_nodes()
+        self.session.rename_node("Node", "New", MOVED, "/New")
+        with self.session.node("Node") as node:
+            node.add_triangles("Red", array.array("f", range(9)))
+        saved = self.saved()
+        renamed = [i for i in saved.instances if i["transform"][12:15] == (5, 6, 7)]
+        shown = {i["material"]: saved.meshes[i["mesh"]]["positions"] for i in renamed}
+        self.assertEqual(shown, {"Red": tuple(range(9)), "Blue": tuple(CORNERS)})
+
+    def test_names_that_cannot_be_moved_or_renamed(self):
+        s = self.session
+        self.two_nodes()
+        s.delete_node("Other")
+        s.begin_node("Open")
+        s.begin_node("Renamed")  # Open is known, and ends without triangles
+        recorder = self.record()
+        for name in ("", "No such node", "Other", "node", "Node ", "Renamed"):
+            with self.assertRaises(q7plugin.NodeError):
+                s.move_node(name, None, "/")
+            with self.assertRaises(q7plugin.NodeError):
+                s.rename_node(name, "New", None, "/")
+        for new in ("", "Node", "Open", "Renamed"):
+            with self.assertRaises(q7plugin.NodeError):
+                s.rename_node("Node", new, None, "/")
+        for arguments, error in (
+            ((5, None, "/"), TypeError),
+            (("Node\0", None, "/"), ValueError),
+            (("Node", [1, 2], "/"), ValueError),
+            (("Node", "x", "/"), TypeError),
+            (("Node", None, None), TypeError),
+            (("Node", None, "\0"), ValueError),
+        ):
+            with self.assertRaises(error):
+                s.move_node(*arguments)
+            with self.assertRaises(error):
+                s.rename_node(arguments[0], "New", *arguments[1:])
+        for new, error in ((5, TypeError), ("\0", ValueError)):
+            with self.assertRaises(error):
+                s.rename_node("Node", new, None, "/")
+        self.assertEqual(recorder.calls, [])
+        s.end_node()
+        s.move_node("Renamed", None, "/")
+        # A node that is deleted while it is open is there again at its end.
+        s.begin_node("Renamed")
+        s.delete_node("Renamed")
+        s.end_node()
+        s.move_node("Renamed", None, "/")
+
+    def test_names_at_their_limits(self):
+        long, pair = "x" * 100_000, "\U0001f600"
+        self.two_nodes()
+        before = self.session.instance_count()
+        for old, new in (("Node", long), (long, "\ud83d"), ("\ud83d", pair), (pair, "Node")):
+            self.session.rename_node(old, new, None, "/")
+        # To the library these are one name: both are the same two units.
+        self.session.rename_node("Node", "\ud83d\ude00", None, "/")
+        with self.assertRaises(q7plugin.NodeError):
+            self.session.rename_node("Other", pair, None, "/")
+        self.session.move_node(pair, None, "/")
+        self.assertEqual(self.session.instance_count(), before + 5 * 2 + 4)
+
     def test_deleting_instances(self):
         recorder = self.record()
         with self.assertRaisesRegex(IndexError, "no instance has the id 5"):

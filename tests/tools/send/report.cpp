@@ -49,9 +49,10 @@ TEST(Notes, TellWhatOnlyAnArchiveHas) {
 TEST(MessageLine, TellsWhatWasSentBeside) {
     const SentLive confirmed = {0.25, true};
     EXPECT_EQ(deliveryLines({LiveForm::raw, confirmed, {}}), "messages: metadata\n");
-    EXPECT_EQ(deliveryLines({LiveForm::raw, {}, {}}),
-              "messages: metadata\n"
-              "note: the renderer gives no metadata back, so it is not known whether all arrived\n");
+    EXPECT_EQ(
+        deliveryLines({LiveForm::raw, {}, {}}),
+        "messages: metadata\n"
+        "note: the renderer gives no metadata back, so it is not known whether all arrived\n");
     EXPECT_EQ(deliveryLines({LiveForm::raw, confirmed, {1, 3, 1, 90}}),
               "messages: metadata, camera, 3 lights, 1 scene, 1 camera animation of 90 frames\n");
 }
