@@ -38,11 +38,14 @@ CreatedBlock makeBlock(WideView name, std::uint32_t size) {
 }  // namespace
 
 bool isRendererAlive() {
-    // A client that looks at the block of a renderer that has just ended holds it for a moment.
-    for (int attempt = 0; attempt < 20; ++attempt) {
+    const auto isOwned = [] {
         const auto block =
             platform::OpenedBlock::open(statusBlockName, platform::BlockAccess::ReadOnly);
-        if (!block || !block->isOwned()) return false;
+        return block && block->isOwned();
+    };
+    // A client that looks at the block of a renderer that has just ended holds it for a moment.
+    for (int attempt = 0; attempt < 20; ++attempt) {
+        if (!isOwned()) return false;
         std::this_thread::sleep_for(std::chrono::milliseconds(50));
     }
     return true;
