@@ -239,7 +239,7 @@ TEST_F(AfterSend, ADeathDuringTheModelShows) {
 // The library notices with the second thing that it sends after the renderer closed, after a reset with the first
 // one. Of the plain form the last three acknowledgements have fewer behind them, and two of these none.
 TEST_F(AfterSend, ATornConnectionShowsWhileMoreIsSent) {
-    // Not the one before these: what is sent next but one may overtake the answer to what is sent next.
+    // Not the fourth from the end: what is sent next but one may overtake the answer to what is sent next.
     for (const int i :
          {1, acknowledgements - 4, acknowledgements - 2, acknowledgements - 1, acknowledgements}) {
         for (const bool isReset : {false, true}) {
