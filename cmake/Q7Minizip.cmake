@@ -5,7 +5,8 @@
 # used: a static library is linked, a shared one is loaded by src/archive/zip_library.h.
 
 include(Q7MinizipSource)
-set(Q7_DOWNLOADS "" CACHE PATH "Folder of files that are downloaded already")
+# No PATH: CMake would read a backslash in it as a slash, and let it begin at the working directory.
+set(Q7_DOWNLOADS "" CACHE STRING "Folder of files that are downloaded already")
 
 # A shared zlib of the host's process may be another build than the one that was tested.
 set(ZLIB_USE_STATIC_LIBS ON)
@@ -41,13 +42,13 @@ add_library(q7_minizip INTERFACE)
 set(Q7_MINIZIP_ROUTE)
 set(source_problem ${zlib_problem})
 if(NOT source_problem)
-  q7_minizip_tarball(tarball source_problem ${PROJECT_SOURCE_DIR}/build/packages)
+  q7_minizip_tarball(tarball source_problem "${PROJECT_SOURCE_DIR}/build/packages" "${PROJECT_BINARY_DIR}")
 endif()
 
 if(tarball)
   set(Q7_MINIZIP_ROUTE source)
   set(Q7_MINIZIP_SOURCE ${PROJECT_BINARY_DIR}/${Q7_MINIZIP_NAME})
-  file(ARCHIVE_EXTRACT INPUT ${tarball} DESTINATION ${PROJECT_BINARY_DIR})
+  file(ARCHIVE_EXTRACT INPUT "${tarball}" DESTINATION "${PROJECT_BINARY_DIR}")
   set(system posix)
   if(WIN32)
     set(system win32)
