@@ -5,10 +5,17 @@
 # used: a static library is linked, a shared one is loaded by src/archive/zip_library.h.
 
 include(Q7MinizipSource)
-set(Q7_DOWNLOADS "" CACHE PATH "Folder of files that are downloaded already")
+# No PATH: CMake would read a backslash in it as a slash, and let it begin at the working directory.
+set(Q7_DOWNLOADS "" CACHE STRING "Folder of files that are downloaded already")
 
 # A shared zlib of the host's process may be another build than the one that was tested.
 set(ZLIB_USE_STATIC_LIBS ON)
+# CMake would keep a shared zlib that an earlier run has found in this build folder.
+foreach(entry ZLIB_LIBRARY ZLIB_LIBRARY_RELEASE ZLIB_LIBRARY_DEBUG)
+  if(NOT "${${entry}}" MATCHES "\\.(a|lib)$" OR "${${entry}}" MATCHES "\\.dll\\.a$")
+    unset(${entry} CACHE)
+  endif()
+endforeach()
 find_package(ZLIB QUIET)
 set(zlib_problem)
 if(NOT ZLIB_FOUND)
@@ -16,7 +23,9 @@ if(NOT ZLIB_FOUND)
   set(ZLIB_USE_STATIC_LIBS OFF)
   find_package(ZLIB REQUIRED)
 elseif(UNIX)
-  # A static library may have been compiled for programs only.
+  # A static library may have been compiled for programs only. The result is that of this file.
+  string(MD5 key "${ZLIB_LIBRARIES}")
+  set(fits Q7_ZLIB_FITS_LIBRARIES_${key})
   include(CheckCSourceCompiles)
   set(CMAKE_REQUIRED_LIBRARIES ZLIB::ZLIB)
   set(CMAKE_REQUIRED_FLAGS -fPIC)
@@ -25,8 +34,8 @@ elseif(UNIX)
   check_c_source_compiles("
     #include <zlib.h>
     int pack(z_stream* stream) { return deflateInit(stream, 9) + deflate(stream, Z_FINISH); }"
-    Q7_ZLIB_FITS_LIBRARIES)
-  if(NOT Q7_ZLIB_FITS_LIBRARIES)
+    ${fits})
+  if(NOT ${fits})
     set(zlib_problem "the static zlib cannot be linked into a library")
   endif()
   foreach(setting LIBRARIES FLAGS LINK_OPTIONS QUIET)
@@ -41,13 +50,13 @@ add_library(q7_minizip INTERFACE)
 set(Q7_MINIZIP_ROUTE)
 set(source_problem ${zlib_problem})
 if(NOT source_problem)
-  q7_minizip_tarball(tarball source_problem ${PROJECT_SOURCE_DIR}/build/packages)
+  q7_minizip_tarball(tarball source_problem "${PROJECT_SOURCE_DIR}/build/packages" "${PROJECT_BINARY_DIR}")
 endif()
 
 if(tarball)
   set(Q7_MINIZIP_ROUTE source)
   set(Q7_MINIZIP_SOURCE ${PROJECT_BINARY_DIR}/${Q7_MINIZIP_NAME})
-  file(ARCHIVE_EXTRACT INPUT ${tarball} DESTINATION ${PROJECT_BINARY_DIR})
+  file(ARCHIVE_EXTRACT INPUT "${tarball}" DESTINATION "${PROJECT_BINARY_DIR}")
   set(system posix)
   if(WIN32)
     set(system win32)

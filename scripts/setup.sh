@@ -53,6 +53,8 @@ case "${1-}" in
 *) fail "unknown option $1 (use --linux, --demo, --windows, --host, --bench or --fuzz, or none for both systems)" ;;
 esac
 
+[[ ${Q7_DOWNLOADS-} != *";"* ]] ||
+    fail "Q7_DOWNLOADS: $Q7_DOWNLOADS contains a semicolon, at which CMake would cut the path"
 [[ -z ${Q7_DOWNLOADS-} || -d $Q7_DOWNLOADS ]] || fail "Q7_DOWNLOADS: $Q7_DOWNLOADS is not a folder"
 command -v dpkg-query >/dev/null && command -v apt-get >/dev/null ||
     fail "this system has no apt-get; install these by its own means: ${wanted[*]}"
@@ -76,20 +78,26 @@ fi
 lacks_minizip=yes
 [[ $installed != *" $minizip "* && ! -e $minizip_folder/complete ]] || lacks_minizip=
 
-# Whether a file of the release is there. A file that is not the release would end configure.
-has_minizip_source() {
-    local file hash
+# Whether a file of the release is there. Configure ends at a given file that is not the release; one among
+# the packages is no more than a copy, which is fetched again.
+minizip_source=minizip-ng-4.0.10.tar.gz
+is_release() {
+    local hash
     hash=$(sed -n 's/^set(Q7_MINIZIP_HASH \(.*\))$/\1/p' cmake/Q7MinizipSource.cmake)
-    for file in {"${Q7_DOWNLOADS:-build/packages}",build/packages}/minizip-ng-4.0.10.tar.gz; do
-        if [[ -e $file ]]; then
-            sha256sum --check --status - <<<"$hash  $file" ||
-                fail "$file: not the release that is wanted: its SHA-256 differs from the one in cmake/Q7MinizipSource.cmake"
-            return 0
-        fi
-        [[ -z ${Q7_DOWNLOADS-} || $file == build/* ]] ||
-            echo "setup: Q7_DOWNLOADS: $Q7_DOWNLOADS has no ${file##*/}"
+    [[ $(sha256sum <"$1") == "$hash  -" ]]
+}
+has_minizip_source() {
+    local given=${Q7_DOWNLOADS:+$Q7_DOWNLOADS/$minizip_source} kept=build/packages/$minizip_source file
+    for file in "$given" "$kept"; do
+        [[ ! -d $file ]] || fail "$file is a folder; the source of minizip-ng is a file of that name"
     done
-    return 1
+    if [[ -n $given && -e $given ]]; then
+        is_release "$given" ||
+            fail "$given: not the release that is wanted: its SHA-256 differs from the one in cmake/Q7MinizipSource.cmake"
+        return 0
+    fi
+    [[ -z $given ]] || echo "setup: Q7_DOWNLOADS: $Q7_DOWNLOADS has no $minizip_source"
+    [[ -e $kept ]] && is_release "$kept"
 }
 needs_minizip=
 has_minizip_source || [[ -z $lacks_minizip && ${#minizip_missing[@]} -eq 0 ]] || needs_minizip=yes

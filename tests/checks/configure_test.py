@@ -1,5 +1,6 @@
 """Tests of what CMake says of a package that is missing. Nothing is built."""
 
+import re
 import subprocess
 import tempfile
 import unittest
@@ -71,6 +72,23 @@ class ConfigureTest(unittest.TestCase):
         cache = (self.folder / "CMakeCache.txt").read_text()
         for each in ("TESTS", "EXAMPLES", "BENCHMARKS"):
             self.assertIn(f"Q7_BUILD_{each}:BOOL=ON", cache)
+
+    def test_zlib_is_static_whatever_an_earlier_run_found(self):
+        build = self.folder / "build"
+        off = [f"Q7_BUILD_{each}=OFF" for each in ("TESTS", "EXAMPLES", "BENCHMARKS")]
+        shared = subprocess.check_output(["cc", "-print-file-name=libz.so"], text=True).strip()
+        self.assertTrue(Path(shared).is_absolute(), "there is no shared zlib")
+        refused = "the static zlib cannot be linked into a library"
+        # A static library that fits no library, then the one of the system.
+        unfit = self.folder / "libz.a"
+        unfit.write_text("not an archive")
+        for library, fits in ((unfit, False), (shared, True)):
+            _, output = configure(build, *off, f"ZLIB_LIBRARY_RELEASE={library}")
+            self.assertEqual(refused not in output, fits, output)
+            cache = (build / "CMakeCache.txt").read_text()
+            self.assertRegex(cache, r"(?m)^ZLIB_LIBRARY_RELEASE:\w+=.*\.a$")
+        rule = re.search(r"(?m)^build libQ7Plugin\.so.*$", (build / "build.ninja").read_text())[0]
+        self.assertNotIn("libz.so", rule)
 
     def test_folder_of_tests_that_is_not_complete(self):
         source = self.folder / "source"

@@ -169,6 +169,51 @@ class SetupTest(ScriptTest):
         self.assertIn(f"setup: {file}: not the release that is wanted", result.stderr)
         self.assertEqual([call for call in self.calls() if "apt" in call], [])
 
+    def test_kept_source_of_another_release_is_missing(self):
+        names = ("both", "linux", "windows")
+        self.installed(*(p for name in names for p in packages_of(name)), minizip=False)
+        self.source(downloads=True)
+        self.downloads(hashlib.sha256(b"release").hexdigest())
+        del self.environment["Q7_DOWNLOADS"]
+        kept = self.top / "build/packages/minizip-ng-4.0.10.tar.gz"
+        kept.parent.mkdir(parents=True)
+        kept.write_bytes(b"releas")
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 0, result.stderr)
+        self.assertIn("cmake -P cmake/Q7MinizipSource.cmake", self.calls())
+        kept.write_bytes(b"release")
+        self.assertEqual(self.run_script("setup.sh").stdout, "setup: nothing to install\n")
+
+    def test_given_source_is_enough_beside_a_kept_one_of_another_release(self):
+        names = ("both", "linux", "windows")
+        self.installed(*(p for name in names for p in packages_of(name)), minizip=False)
+        file = self.downloads(hashlib.sha256(b"release").hexdigest())
+        folder = file.parent.rename(self.top / "a\\b [c")
+        self.environment["Q7_DOWNLOADS"] = str(folder)
+        (folder / file.name).write_bytes(b"release")
+        (self.top / "build/packages").mkdir(parents=True)
+        (self.top / "build/packages" / file.name).write_bytes(b"releas")
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.stdout, "setup: nothing to install\n", result.stderr)
+
+    def test_folder_in_the_place_of_the_source_is_refused(self):
+        self.everything_installed()
+        file = self.downloads(hashlib.sha256(b"release").hexdigest())
+        for place in (file, self.top / "build/packages" / file.name):
+            place.mkdir(parents=True)
+            result = self.run_script("setup.sh")
+            self.assertEqual(result.returncode, 1)
+            self.assertRegex(result.stderr, rf"^setup: \S*{place.parent.name}/{file.name} is a folder; .*\n$")
+            place.rmdir()
+
+    def test_semicolon_in_the_name_of_the_downloads_is_refused(self):
+        (self.top / "a;b").mkdir()
+        self.environment["Q7_DOWNLOADS"] = str(self.top / "a;b")
+        result = self.run_script("setup.sh")
+        self.assertEqual(result.returncode, 1)
+        self.assertIn("a;b contains a semicolon", result.stderr)
+        self.assertEqual(self.calls(), [])
+
     def test_downloads_that_are_not_a_folder_are_refused_before_anything_is_installed(self):
         self.installed("git")
         self.environment["Q7_DOWNLOADS"] = str(self.top / "missing")
