@@ -8,13 +8,16 @@
 #include "common/image_names.h"
 #include "common/numbers.h"
 #include "common/text_output.h"
-#include "geometry/send_markers.h"
-#include "materials/material_catalogue.h"
-#include "model/model.h"
 
 namespace q7tools {
 
 namespace {
+
+// What the library adds to a model when a send is to carry all materials.
+constexpr WideView generatorMesh = u"@g@m@q7_";
+
+// The library's own material, for triangles without one.
+constexpr WideView fallbackMaterial = u"No Material";
 
 constexpr std::size_t noPlace = static_cast<std::size_t>(-1);
 
@@ -82,9 +85,10 @@ bool isZero(std::span<const std::byte> floats) {
 // The text that the library gives to a material which the host never described. A typed one is without
 // properties then, and of type 0; a host's own of another type without properties is described.
 bool isDescription(WideView xml) {
-    static const WideString typedWithout =
-        u"    <Type>" + WideString(MaterialCatalogue.front()) + u"</Type>\n</Material_2>\n";
-    return !xml.empty() && xml != defaultMaterialXml && !xml.ends_with(typedWithout);
+    constexpr WideView textStart = u"<Material><Name>DEFAULT</Name>";
+    constexpr WideView typedEnd =
+        u"    <Type>/Game/MatLib2/Base/Base/Base_9/m.m</Type>\n</Material_2>\n";
+    return !xml.empty() && !xml.starts_with(textStart) && !xml.ends_with(typedEnd);
 }
 
 // Whether an element's text ends like the name of an image.
@@ -265,7 +269,7 @@ void ModelNotes::addMesh(WideView name, std::span<const std::byte> positions,
                          std::uint64_t offset) {
     Mesh& mesh = meshes_.list[meshes_.placeOf(name)];
     // What the library adds for the link's sake is not the host's.
-    if (mesh.isAdded || name == generatorMeshName) return;
+    if (mesh.isAdded || name == generatorMesh) return;
     mesh.isAdded = true;
     mesh.offset = offset;
     const std::size_t vertices = positions.size() / sizeof(float) / 3;
@@ -282,7 +286,7 @@ void ModelNotes::addMesh(WideView name, std::span<const std::byte> positions,
 }
 
 void ModelNotes::addUvs(WideView mesh, std::span<const std::byte> uvs) {
-    if (mesh == generatorMeshName) return;
+    if (mesh == generatorMesh) return;
     meshes_.list[meshes_.placeOf(mesh)].hasZeroUvs = !uvs.empty() && isZero(uvs);
 }
 
@@ -386,8 +390,7 @@ std::optional<ModelNote> ModelNotes::undescribed() const {
     Meant meant;
     for (const Material& material : materials_.list) {
         const bool isMissing = material.isAdded && material.uses != 0 && !material.isDescribed;
-        // The library's own, for triangles without a material.
-        if (isMissing && material.name != fallbackMaterialName) {
+        if (isMissing && material.name != fallbackMaterial) {
             meant.add(material.offset, material.name);
         }
     }
@@ -396,12 +399,20 @@ std::optional<ModelNote> ModelNotes::undescribed() const {
 }
 
 std::optional<ModelNote> ModelNotes::unused() const {
+    // Many scenes carry materials that wait for their use. Beside one that is used and described by nothing
+    // they may be what was meant.
+    if (std::ranges::all_of(materials_.list, [](const Material& material) {
+            return material.uses == 0 || material.isDescribed;
+        })) {
+        return std::nullopt;
+    }
     Meant meant;
     for (const Material& material : materials_.list) {
-        if (material.isAdded && material.uses == 0) meant.add(material.offset, material.name);
+        const bool isWaiting = material.isDescribed && material.uses == 0;
+        if (isWaiting) meant.add(material.offset, material.name);
     }
-    return meant.note(
-        "unused", counted(meant.count(), "material is", "materials are") + " used by no instance");
+    return meant.note("unused", counted(meant.count(), "material is", "materials are") +
+                                    " described, but used by no instance");
 }
 
 std::optional<ModelNote> ModelNotes::misspelt() const {

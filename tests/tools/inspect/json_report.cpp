@@ -102,7 +102,7 @@ TEST(InspectJson, eachRecordTakesOneLine) {
 
 TEST(InspectJson, holdsNotesAndPaths) {
     Scene scene;
-    scene.instances[0].material = u"Wall";
+    scene.instances[0].material = u"nowhere";
     const q7tools::StreamModel model = q7tools::readStream(scene.build().bytes());
     std::ostringstream out;
     q7inspect::printJson(out, "a", model, {"p.json", "", {"/a", "b\xff", ""}});
@@ -111,11 +111,12 @@ TEST(InspectJson, holdsNotesAndPaths) {
     EXPECT_EQ(report["instances"][0]["path"], "/a");
     EXPECT_EQ(report["instances"][1]["path"], "b\xef\xbf\xbd");
     EXPECT_EQ(report["instances"][2]["path"], "");
-    EXPECT_EQ(report["notes"],
-              (json::array({{{"kind", "unused"},
-                             {"offset", model.materials[0].offset},
-                             {"count", 1},
-                             {"text", "1 material is used by no instance: \"Lamp\""}}})));
+    EXPECT_EQ(
+        report["notes"],
+        (json::array({{{"kind", "unused"},
+                       {"offset", model.materials[0].offset},
+                       {"count", 1},
+                       {"text", "1 material is described, but used by no instance: \"Lamp\""}}})));
 }
 
 TEST(InspectJson, emptyModelIsValidJson) {

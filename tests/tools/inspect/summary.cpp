@@ -55,7 +55,7 @@ TEST(InspectSummary, tellsAllThatIsInAScene) {
                   "  tri   Wall      (0, 0, -5)\n"
                   "\n"
                   "Notes (1)\n"
-                  "  1 material is used by no instance: \"\xe7\x81\xaf\"\n");
+                  "  1 material is described, but used by no instance: \"\xe7\x81\xaf\"\n");
 }
 
 TEST(InspectSummary, tellsPathsThatAreKnown) {

@@ -51,7 +51,7 @@ TEST_F(ReceivedModel, PlainFormBecomesAStreamFile) {
 TEST_F(ReceivedModel, NotesFollowTheModel) {
     Scene scene;
     scene.instances[0].transform[3] = 4;
-    scene.materials.push_back({u"Glass", u"<Material/>"});
+    scene.materials[1].xml.clear();
     scene.meshes[0].uvs.assign(8, 0);
     EXPECT_EQ(receive(scene), "closed by the client");
     const Lines lines = harness.outLines();
@@ -64,17 +64,18 @@ TEST_F(ReceivedModel, NotesFollowTheModel) {
     EXPECT_EQ(lines[3],
               "    0.000  #1  note: 1 mesh has a material with a texture, and uvs that are all 0: "
               "\"quad\"");
-    EXPECT_EQ(lines[4], "    0.000  #1  note: 1 material is used by no instance: \"Glass\"");
+    EXPECT_EQ(lines[4],
+              "    0.000  #1  note: 1 material is used, but described by nothing: \"Wall\"");
 }
 
 TEST_F(ReceivedModel, NotesFollowAModelWithPaths) {
     Scene scene;
-    scene.materials.push_back({u"Glass", u"<Material/>"});
+    scene.materials[1].xml.clear();
     scriptConnect(client, 11);
     scriptModelWithPaths(client, scene);
     EXPECT_EQ(harness.serve(client), "closed by the client");
     EXPECT_EQ(harness.outLines().back(),
-              "    0.000  #1  note: 1 material is used by no instance: \"Glass\"");
+              "    0.000  #1  note: 1 material is used, but described by nothing: \"Wall\"");
 }
 
 TEST_F(ReceivedModel, UncheckedArraysGetNoNotes) {
