@@ -4,12 +4,17 @@
 
 #include <cstdio>
 #include <fstream>
+#include <string>
 #include <utility>
 #include <vector>
 
 #include "tests/platform/inheritance.h"
 #include "tests/read_file.h"
 #include "tests/temporary_folder.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 
 namespace {
 
@@ -109,6 +114,30 @@ TEST(Files, AreNotEmptiedWhereTheProcessHasNoStreamLeft) {
     EXPECT_EQ(platform::openTextForWriting(wide(folder / "file")), nullptr);
     streams.clear();
     EXPECT_EQ(readFile(folder / "file"), "older");
+}
+
+TEST(OpenForWriting, OpensDevices) {
+    EXPECT_NE(platform::openBinaryForWriting(u"NUL"), nullptr);
+    EXPECT_NE(platform::openSharedForWriting(u"NUL"), nullptr);
+    EXPECT_NE(platform::openTextForWriting(u"NUL"), nullptr);
+}
+
+TEST(OpenForWriting, OpensPipes) {
+    const std::filesystem::path path =
+        "\\\\.\\pipe\\q7-files-" + std::to_string(GetCurrentProcessId());
+    for (platform::File (*const open)(const WideString&) :
+         {platform::openBinaryForWriting, platform::openSharedForWriting,
+          platform::openTextForWriting}) {
+        const HANDLE pipe = CreateNamedPipeW(path.c_str(), PIPE_ACCESS_INBOUND,
+                                             PIPE_TYPE_BYTE | PIPE_WAIT, 1, 64, 64, 0, nullptr);
+        ASSERT_NE(pipe, INVALID_HANDLE_VALUE);
+        if (const platform::File file = open(wide(path))) std::fputs("text", file.get());
+        char received[64] = {};
+        DWORD size = 0;
+        EXPECT_TRUE(ReadFile(pipe, received, sizeof received, &size, nullptr));
+        EXPECT_EQ(std::string(received, size), "text");
+        CloseHandle(pipe);
+    }
 }
 
 #endif

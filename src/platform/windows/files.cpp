@@ -40,10 +40,14 @@ File open(const WideString& path, int flags, int sharing, const wchar_t* mode) {
     return nullptr;
 }
 
-// Only a file that can be written is emptied: a process may have no stream left for it.
+// Only a file that can be written is emptied: a process may have no stream left for it. A pipe or
+// NUL has no size to change.
 File openEmpty(const WideString& path, int form, int sharing, const wchar_t* mode) {
     File file = open(path, _O_WRONLY | _O_CREAT | form, sharing, mode);
-    if (file && _chsize(_fileno(file.get()), 0) != 0) file.reset();
+    if (!file) return nullptr;
+    const int descriptor = _fileno(file.get());
+    const auto handle = reinterpret_cast<HANDLE>(_get_osfhandle(descriptor));
+    if (GetFileType(handle) == FILE_TYPE_DISK && _chsize(descriptor, 0) != 0) return nullptr;
     return file;
 }
 
