@@ -52,7 +52,7 @@ picture=build/demo/engine.png
 # Shows a command as one would type it, then runs it.
 run() {
     printf '\n$ %s\n' "$*"
-    "$@"
+    in_group "$@"
 }
 
 run build/linux/bin/q7-send "$engine" --stream "$stream" --materials "$materials"
@@ -93,7 +93,7 @@ start_standin() {
 # Shows a send and what it tells: before that the library tells how it links.
 run_live() {
     printf '\n$ %s\n' "$*"
-    "$@" >"$live_log" || fail_live "the live send failed"
+    in_group "$@" >"$live_log" || fail_live "the live send failed"
     grep -E '^messages: | -> ' "$live_log"
 }
 
@@ -110,14 +110,14 @@ print(("%-9s  %-28s  %9d  %6d  %9d  %s" % (*sys.argv[1:3], *counts, sys.argv[3])
 rows() {
     local form=$1 saved=$2 model verdict
     shift 2
-    row "$form" "sent, $(basename "$saved")" "$saved" ""
+    in_group row "$form" "sent, $(basename "$saved")" "$saved" ""
     for model in "$@"; do
         verdict="the same scene"
-        build/linux/bin/q7-inspect --compare --link "$saved" "$model" >"$live_log" || {
+        in_group build/linux/bin/q7-inspect --compare --link "$saved" "$model" >"$live_log" || {
             verdict="DIFFERENT"
             agree=
         }
-        row "" "arrived, $(basename "$model")" "$model" "$verdict"
+        in_group row "" "arrived, $(basename "$model")" "$model" "$verdict"
     done
 }
 
@@ -156,9 +156,15 @@ tail -n 1 "$standin_log"
 
 run build/linux/bin/q7-send "$textured" --q7a "$archive"
 run build/linux/bin/q7-inspect --validate "$archive"
-build/linux/bin/q7-inspect "$archive" | sed -n '/^Entries/,/^$/p' | sed '$d'
+entries() {
+    build/linux/bin/q7-inspect "$archive" | sed -n '/^Entries/,/^$/p' | sed '$d'
+}
+in_group entries
+unpacking() {
+    unzip -t "$archive" | tail -n 1
+}
 printf '\n$ %s\n' "unzip -t $archive"
-unzip -t "$archive" | tail -n 1
+in_group unpacking
 run build/linux/bin/q7-inspect "$archive" --preview build/demo/duck.png
 run build/linux/bin/q7-inspect "$stream" --preview "$picture"
 printf '\n%s\n' "$picture"

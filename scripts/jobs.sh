@@ -11,10 +11,14 @@ end_jobs() {
 trap end_jobs EXIT
 
 # in_group COMMAND...: runs a command in a process group of its own, so that what the command starts ends,
-# too. It is waited for in the background: a foreground command would hold back SIGINT until its end.
+# too. It is waited for in the background: a foreground command would hold back SIGINT until its end. The
+# terminal stops what writes from there if it was told to (stty tostop): the command ignores that signal.
 in_group() {
     set -m
-    "$@" &
+    {
+        trap '' TTOU
+        "$@"
+    } &
     set +m
     wait $!
 }

@@ -1,8 +1,11 @@
 """Tests of scripts/jobs.sh: what a script started ends with it, with stand-ins for all that takes long."""
 
+import contextlib
 import os
+import pty
 import signal
 import subprocess
+import threading
 import unittest
 
 from script_folder import ScriptTest
@@ -21,11 +24,11 @@ class JobsTest(ScriptTest):
         for name in ("apt-get", "cmake", "ctest"):
             self.stand_in(f"bin/{name}")
 
-    def lasting(self, path, options=""):
+    def lasting(self, path, options="", otherwise="exit 0"):
         """A program that waits for one that it started, if it is called with the options."""
         self.stand_in(
             path,
-            f'[[ "$*" == *"{options}"* ]] || exit 0',
+            f'[[ "$*" == *"{options}"* ]] || {{ {otherwise or ":"}; exit 0; }}',
             "sleep 1000 &",
             f'echo $$ $! >"{self.top}/started.new"',
             f'mv "{self.top}/started.new" "{self.top}/started"',
@@ -88,6 +91,30 @@ class JobsTest(ScriptTest):
             with self.subTest(signal=number):
                 self.end(number, "test.sh", "--host")
 
+    def test_group_may_write_to_a_terminal_that_stops_others(self):
+        (self.top / "scripts/writer.sh").write_text(
+            """cd "${BASH_SOURCE[0]%/*}"
+            . ./jobs.sh
+            stty tostop
+            in_group bash -c 'echo "it is written"'
+            """
+        )
+        process, terminal = pty.fork()
+        if process == 0:
+            os.execlp("bash", "bash", self.top / "scripts/writer.sh")
+        # What stopped would not end.
+        guard = threading.Timer(60, os.killpg, (process, signal.SIGKILL))
+        guard.start()
+        output = b""
+        # EIO is the end of a terminal.
+        with contextlib.suppress(OSError):
+            while data := os.read(terminal, 1024):
+                output += data
+        guard.cancel()
+        os.close(terminal)
+        self.assertEqual(os.waitpid(process, 0)[1], 0, output)
+        self.assertEqual(output, b"it is written\r\n")
+
     def test_preparation_of_wine(self):
         self.lasting("scripts/wine.sh", "--prepare")
         self.end(signal.SIGTERM, "test.sh", "--windows")
@@ -99,6 +126,41 @@ class JobsTest(ScriptTest):
         for number in SIGNALS:
             with self.subTest(signal=number):
                 self.end(number, "bench.sh", "load")
+
+    def test_tools_of_the_demo(self):
+        tools = self.top / "build/linux/bin"
+        tools.mkdir(parents=True)
+        (tools.parent / "build.ninja").touch()
+        self.stand_in("bin/dpkg-query", "printf '/%s\\n' 2CylinderEngine.glb ASE/anim2.ASE Collada/duck.dae")
+        self.stand_in("scripts/setup.sh")
+        self.stand_in(
+            "build/linux/bin/q7-standin",
+            'mkdir "$2"',
+            'touch "$2"/{1,2}-scenes.json "$2/3-camera-animations.json" "$2/4-model.q7mesh"',
+            "trap 'echo no faults; exit' TERM",
+            'echo ready >"$4"',
+            "while sleep 0.1; do :; done",
+        )
+        programs = {
+            "build/linux/bin/q7-send": "echo 'messages: 1'",
+            "build/linux/bin/q7-inspect": """echo '{"instances": [], "meshes": [], "placedTriangles": 0}'""",
+            "bin/unzip": "",
+        }
+        for program, options in (
+            ("build/linux/bin/q7-send", "--materials"),
+            ("build/linux/bin/q7-inspect", "--validate"),
+            ("build/linux/bin/q7-send", "--live"),
+            ("build/linux/bin/q7-inspect", "--json"),
+            ("build/linux/bin/q7-inspect", "--compare"),
+            ("build/linux/bin/q7-inspect", "engine.q7mesh --preview"),
+            ("bin/unzip", "-t"),
+        ):
+            for name, line in programs.items():
+                self.stand_in(name, line)
+            self.lasting(program, options, otherwise=programs[program])
+            for number in SIGNALS if options == "--materials" else (signal.SIGINT,):
+                with self.subTest(program=program, options=options, signal=number):
+                    self.end(number, "demo.sh")
 
     def test_search_for_findings(self):
         (self.top / "build/linux-fuzz/bin").mkdir(parents=True)
