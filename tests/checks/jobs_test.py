@@ -44,7 +44,7 @@ class JobsTest(ScriptTest):
             ["env", "--default-signal", "bash", self.top / "scripts" / name, *arguments],
             stdout=subprocess.DEVNULL,
             stderr=subprocess.DEVNULL,
-            env=dict(os.environ, PATH=f"{self.top}/bin:{os.environ['PATH']}"),
+            env=self.environment,
         )
         try:
             self.wait_until(started.exists, f"{name} does not call the program")

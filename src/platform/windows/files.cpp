@@ -40,8 +40,8 @@ File open(const WideString& path, int flags, int sharing, const wchar_t* mode) {
     return nullptr;
 }
 
-// Only a file that can be written is emptied: a process may have no stream left for it. A pipe or NUL has no
-// size to change.
+// Only a file that can be written is emptied: a process may have no stream left for it. A pipe or
+// NUL has no size to change.
 File openEmpty(const WideString& path, int form, int sharing, const wchar_t* mode) {
     File file = open(path, _O_WRONLY | _O_CREAT | form, sharing, mode);
     if (!file) return nullptr;
