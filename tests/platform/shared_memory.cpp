@@ -419,6 +419,47 @@ TEST(SharedMemory, AnOwnedBlockGoesWithAKilledProcess) {
     EXPECT_TRUE(exists(name));
 }
 
+namespace {
+
+// A block whose owner was killed, and a lock of somebody else on one of its bytes.
+class LockedDeadBlock {
+  public:
+    LockedDeadBlock(short type, off_t byte) {
+        HoldingProcess owner(
+            [this] { return make_block(objectName(name_).c_str(), "left", 4) >= 0; });
+        EXPECT_TRUE(exists(name_));
+        owner.kill();
+        descriptor_ = shm_open(objectName(name_).c_str(), O_RDWR, 0);
+        EXPECT_GE(descriptor_, 0);
+        struct flock lock = first_byte();
+        lock.l_type = type;
+        lock.l_start = byte;
+        EXPECT_EQ(fcntl(descriptor_, F_OFD_SETLK, &lock), 0);
+    }
+    LockedDeadBlock(const LockedDeadBlock&) = delete;
+    LockedDeadBlock& operator=(const LockedDeadBlock&) = delete;
+    ~LockedDeadBlock() {
+        close(descriptor_);
+        shm_unlink(objectName(name_).c_str());
+    }
+
+    const WideString& name() const { return name_; }
+
+  private:
+    const WideString name_ = newName();
+    int descriptor_ = -1;
+};
+
+}  // namespace
+
+TEST(SharedMemory, AReadLockKeepsNoDeadBlockAlive) {
+    EXPECT_FALSE(exists(LockedDeadBlock(F_RDLCK, 0).name()));
+}
+
+TEST(SharedMemory, AWriteLockOnAnotherByteKeepsNoDeadBlockAlive) {
+    EXPECT_FALSE(exists(LockedDeadBlock(F_WRLCK, 1).name()));
+}
+
 // Where the lock is somebody else's the block stays without a mark.
 TEST(SharedMemory, OnlyTheHolderOfTheLockMarksABlock) {
     const WideString name = newName();

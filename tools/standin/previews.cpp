@@ -4,8 +4,8 @@
 #include <chrono>
 #include <new>
 
-#include "common/byte_reader.h"
 #include "common/files.h"
+#include "common/text_output.h"
 #include "standin/json_checks.h"
 
 namespace q7standin {
@@ -37,10 +37,15 @@ void Previews::goOn() {
     begin();
 }
 
-void Previews::finish() {
+void Previews::finish(const std::function<bool()>& shouldStop) {
     do {
         keepDrawn();
-    } while (begin());
+    } while (!shouldStop() && begin());
+    const auto due =
+        std::ranges::count_if(files_, [](const auto& entry) { return entry.second.isDue; });
+    if (due == 0) return;
+    log_.note(q7tools::counted(static_cast<std::uint64_t>(due), "picture is", "pictures are") +
+              " not drawn");
 }
 
 bool Previews::begin() {
@@ -54,24 +59,34 @@ bool Previews::begin() {
     options.camera = file.camera;
     // The rest of the machine is the clients'.
     options.threads = q7preview::Threads::one;
-    drawn_ = std::async(std::launch::async, [options, path = store_.pathOf(file.model)] {
-        const q7preview::Preview preview = q7preview::drawStreamFile(path, options);
-        return Picture{q7preview::pngOf(preview.image), q7preview::previewText(preview)};
-    });
+    try {
+        drawn_ = std::async(std::launch::async, [options, path = store_.pathOf(file.model)] {
+            const q7preview::Preview preview = q7preview::drawStreamFile(path, options);
+            return Picture{q7preview::pngOf(preview.image), q7preview::previewText(preview)};
+        });
+    } catch (const std::exception& error) {
+        noteNotDrawn(error);
+    }
     return true;
 }
 
 void Previews::keepDrawn() {
     if (!drawn_.valid()) return;
+    Picture picture;
     try {
-        const Picture picture = drawn_.get();
-        store_.keepAs(drawnName_, picture.png);
-        log_.note("drew " + drawnName_ + ": " + picture.text);
-    } catch (const q7tools::FormatError& error) {
-        log_.note(drawnName_ + " is not drawn: " + error.what());
-    } catch (const std::bad_alloc&) {
-        log_.note(drawnName_ + " is not drawn: too large for the memory of this machine");
+        picture = drawn_.get();
+    } catch (const std::exception& error) {
+        noteNotDrawn(error);
+        return;
     }
+    store_.keepAs(drawnName_, picture.png);
+    log_.note("drew " + drawnName_ + ": " + picture.text);
+}
+
+void Previews::noteNotDrawn(const std::exception& error) {
+    const bool lacksMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
+    log_.note(drawnName_ + " is not drawn: " +
+              (lacksMemory ? "too large for the memory of this machine" : error.what()));
 }
 
 }  // namespace q7standin

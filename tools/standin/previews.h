@@ -1,6 +1,8 @@
 // Pictures of the models that are kept.
 #pragma once
 
+#include <exception>
+#include <functional>
 #include <future>
 #include <map>
 #include <optional>
@@ -28,10 +30,12 @@ class Previews {
 
     // To be called when nobody waits: begins a picture of what has come since the last time, and keeps
     // the one before when it is drawn. NAME.png beside NAME.q7mesh shows what the model file's camera
-    // sees, or all of the model when none has come that sees anything of it. Throws q7tools::FileError.
+    // sees, or all of the model when none has come that sees anything of it. A picture that cannot be drawn gets a line
+    // of the log instead. Throws q7tools::FileError when a picture cannot be written.
     void goOn();
-    // Waits until all pictures are drawn. Throws q7tools::FileError.
-    void finish();
+    // Waits until all pictures are drawn. Before each one it asks whether to stop, and then says how
+    // many are missing; one that is begun is kept all the same. Throws q7tools::FileError.
+    void finish(const std::function<bool()>& shouldStop = [] { return false; });
 
   private:
     struct ModelFile {
@@ -48,6 +52,7 @@ class Previews {
     // False when there is nothing to draw.
     bool begin();
     void keepDrawn();
+    void noteNotDrawn(const std::exception& error);
 
     const q7preview::PreviewOptions options_;
     const MessageStore& store_;

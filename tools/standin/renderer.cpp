@@ -8,6 +8,7 @@
 #include <optional>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 #include "common/files.h"
 #include "common/text_output.h"
@@ -89,9 +90,10 @@ class TranscriptFile {
 
 class Renderer {
   public:
-    Renderer(const Options& options, const Surroundings& surroundings)
+    Renderer(const Options& options, const Surroundings& surroundings, platform::InstanceLock lock)
         : options_(options),
           surroundings_(surroundings),
+          lock_(std::move(lock)),
           log_(surroundings.out, surroundings.errors, options.quiet, [this] { return seconds(); }),
           store_(options.out),
           previews_(previewsOf(options)),
@@ -122,7 +124,10 @@ class Renderer {
         }
         blocks_.reset();
         listener_.reset();
-        if (previews_) previews_->finish();
+        windows_.reset();
+        // The next renderer need not wait for the pictures.
+        lock_.reset();
+        if (previews_) previews_->finish([this] { return shouldStop(); });
         return finish();
     }
 
@@ -244,6 +249,7 @@ class Renderer {
 
     const Options& options_;
     const Surroundings& surroundings_;
+    std::optional<platform::InstanceLock> lock_;
     Clock::time_point startTime_ = Clock::now();
     MessageLog log_;
     MessageStore store_;
@@ -259,10 +265,10 @@ class Renderer {
 };
 
 int runAlone(const Options& options, const Surroundings& surroundings) {
-    const auto lock = platform::InstanceLock::take(lockName);
+    auto lock = platform::InstanceLock::take(lockName);
     if (!lock) throw CannotRun("another q7-standin runs on this machine");
     if (isRendererAlive()) throw CannotRun("a renderer runs on this machine");
-    return Renderer(options, surroundings).run();
+    return Renderer(options, surroundings, std::move(*lock)).run();
 }
 
 }  // namespace

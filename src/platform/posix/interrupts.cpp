@@ -18,8 +18,10 @@ void watchInterrupts() {
     struct sigaction action = {};
     action.sa_handler = rememberInterrupt;
     sigemptyset(&action.sa_mask);
-    for (const int signal : std::array{SIGINT, SIGTERM, SIGHUP})
+    for (const int signal : std::array{SIGTERM, SIGHUP})
         sigaction(signal, &action, nullptr);
+    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
 }
 
 bool wasInterrupted() {

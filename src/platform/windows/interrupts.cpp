@@ -12,9 +12,11 @@ constexpr DWORD timeToEnd = 5000;  // milliseconds
 std::atomic<bool> interrupted = false;
 
 BOOL WINAPI rememberInterrupt(DWORD event) {
-    interrupted = true;
+    const bool isAgain = interrupted.exchange(true);
+    // What is not handled here ends the process.
+    if (event == CTRL_C_EVENT || event == CTRL_BREAK_EVENT) return isAgain ? FALSE : TRUE;
     // After the others the system ends the process as soon as this returns.
-    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) Sleep(timeToEnd);
+    Sleep(timeToEnd);
     return TRUE;
 }
 

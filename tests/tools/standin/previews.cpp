@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
 #include "common/files.h"
 #include "tests/tools/standin/harness.h"
 #include "tests/tools/standin/model_script.h"
@@ -88,10 +92,41 @@ TEST_F(StandinPreviews, allThatComesInOneGoIsDrawnOnce) {
 TEST_F(StandinPreviews, goesOnWithoutWaiting) {
     previews.syncBegins("a");
     previews.modelKept("missing.q7mesh");
-    EXPECT_NO_THROW(previews.goOn());
-    EXPECT_THROW(previews.finish(), q7tools::FileError);
     previews.goOn();
     EXPECT_EQ(harness.outLines().size(), 0U);
+    previews.finish();
+    EXPECT_EQ(harness.outLines().size(), 1U);
+    previews.goOn();
+    EXPECT_EQ(harness.outLines().size(), 1U);
+}
+
+TEST_F(StandinPreviews, noFurtherPictureIsBegunAfterAStop) {
+    const auto keep = [this](const std::string& name) {
+        previews.syncBegins(name);
+        previews.modelKept(name + ".q7mesh");
+    };
+    for (const char* name : {"a", "b", "c"})
+        keep(name);
+    int asked = 0;
+    previews.finish([&asked] { return ++asked > 1; });
+    ASSERT_EQ(harness.outLines().size(), 2U);
+    EXPECT_TRUE(harness.outLines()[0].find("a.png is not drawn: ") != std::string::npos);
+    EXPECT_TRUE(harness.outLines()[1].ends_with("2 pictures are not drawn"));
+    previews.finish([&asked] { return ++asked > 3; });
+    ASSERT_EQ(harness.outLines().size(), 4U);
+    EXPECT_TRUE(harness.outLines()[3].ends_with("1 picture is not drawn"));
+}
+
+// The picture of the first model is begun before the stop, so it is kept.
+TEST_F(StandinPreviews, aPictureThatIsBegunIsKeptAfterAStop) {
+    ScriptedClient client;
+    standintest::scriptConnect(client, 7);
+    standintest::scriptPlainModel(client, standintest::withoutColors({}));
+    EXPECT_EQ(harness.serve(client), "closed by the client");
+    previews.goOn();
+    previews.finish([] { return true; });
+    EXPECT_EQ(picture("0002-model.png").size(), (Size{32, 24}));
+    EXPECT_EQ(harness.out.str().find("not drawn"), std::string::npos);
 }
 
 TEST_F(StandinPreviews, aCameraDrawsItsModelAgain) {
@@ -139,8 +174,45 @@ TEST_F(StandinPreviews, modelsThatCannotBeReadAreTold) {
     const std::string line = harness.outLines().back();
     EXPECT_NE(line.find("0007-model.png is not drawn: "), std::string::npos) << line;
     EXPECT_FALSE(std::filesystem::exists(harness.folder.path() / "0007-model.png"));
+}
+
+TEST_F(StandinPreviews, aModelThatWasRemovedIsTold) {
+    previews.syncBegins("a");
     previews.modelKept("0008-model.q7mesh");
+    EXPECT_NO_THROW(previews.finish());
+    ASSERT_EQ(harness.outLines().size(), 1U);
+    const std::string line = harness.outLines().back();
+    EXPECT_NE(line.find("0008-model.png is not drawn: cannot be opened"), std::string::npos)
+        << line;
+    // The next one is drawn all the same.
+    sendModel();
+    EXPECT_EQ(picture("0002-model.png").size(), (Size{32, 24}));
+}
+
+TEST_F(StandinPreviews, aPictureThatCannotBeWrittenIsAnError) {
+    ScriptedClient client;
+    standintest::scriptConnect(client, 7);
+    standintest::scriptPlainModel(client, standintest::withoutColors({}));
+    EXPECT_EQ(harness.serve(client), "closed by the client");
+    std::filesystem::create_directories(harness.folder.path() / "0002-model.png" / "full");
     EXPECT_THROW(previews.finish(), q7tools::FileError);
 }
+
+#if !defined(_WIN32)
+TEST_F(StandinPreviews, aThreadThatCannotBeStartedIsTold) {
+    pthread_attr_t usual;
+    ASSERT_EQ(pthread_getattr_default_np(&usual), 0);
+    pthread_attr_t huge = usual;
+    ASSERT_EQ(pthread_attr_setstacksize(&huge, std::size_t{1} << 50), 0);
+    ASSERT_EQ(pthread_setattr_default_np(&huge), 0);
+    previews.syncBegins("a");
+    previews.modelKept("0001-model.q7mesh");
+    EXPECT_NO_THROW(previews.goOn());
+    EXPECT_EQ(pthread_setattr_default_np(&usual), 0);
+    pthread_attr_destroy(&usual);
+    ASSERT_EQ(harness.outLines().size(), 1U);
+    EXPECT_NE(harness.outLines()[0].find("0001-model.png is not drawn: "), std::string::npos);
+}
+#endif
 
 }  // namespace

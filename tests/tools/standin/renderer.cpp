@@ -208,6 +208,44 @@ TEST_F(RunningRenderer, DrawsModelsOnRequest) {
     EXPECT_TRUE(folder.content("out/0002-model.png").starts_with("\x89PNG"));
 }
 
+TEST_F(RunningRenderer, DrawsNothingOnceInterrupted) {
+    options.out = folder.path() / "out";
+    options.preview.emplace();
+    options.preview->size = {16, 16};
+    start();
+    const RawClient client;
+    client.send(StreamBuilder().word(7).text(u"a.skp"));
+    EXPECT_EQ(client.answer(), 0U);
+    EXPECT_TRUE(client.sendModel(false));
+    EXPECT_EQ(end(), 0);
+    EXPECT_TRUE(fs::exists(folder.path() / "out/0002-model.q7mesh"));
+    EXPECT_FALSE(fs::exists(folder.path() / "out/0002-model.png"));
+    EXPECT_NE(out.str().find("1 picture is not drawn\n"), std::string::npos) << out.str();
+}
+
+// The last pictures may take long; the next renderer need not wait for them.
+TEST_F(RunningRenderer, AnotherMayStartWhileTheLastPicturesAreDrawn) {
+    options.connections = 0;
+    options.out = folder.path() / "out";
+    options.preview.emplace();
+    int other = -1;
+    const auto startAnother = [&other] {
+        std::ostringstream ignored;
+        Options none;
+        none.connections = 0;
+        other = q7standin::runRenderer(none, {.out = ignored,
+                                              .errors = ignored,
+                                              .wasInterrupted = [] { return false; },
+                                              .die = [] {}});
+        return false;
+    };
+    EXPECT_EQ(
+        q7standin::runRenderer(
+            options, {.out = out, .errors = errors, .wasInterrupted = startAnother, .die = [] {}}),
+        0);
+    EXPECT_EQ(other, 0);
+}
+
 // The models of a send in all forms are one model, and a picture waits until nobody else does.
 TEST_F(RunningRenderer, DrawsAModelOnceForAllConnectionsThatWait) {
     options.connections = 4;
