@@ -19,7 +19,9 @@ from .errors import ArchiveError
 
 def _whole_path(path: Path, what: str) -> str:
     # The archives' functions want a folder in front of the name, and Windows' own separator.
-    return os.path.abspath(path_text(path, what))
+    # A separator at the end stays: such a path names no file.
+    folder, name = os.path.split(path_text(path, what))
+    return os.path.join(os.path.abspath(folder), name)
 
 
 class SavingMethods(SessionBase):
@@ -29,6 +31,8 @@ class SavingMethods(SessionBase):
     and then put there, which needs a folder that can be written to. OSError is raised when a file cannot be
     written, or was not written whole, as on a full disk: what was there before stays as it was.
     A device or a pipe is written to as it is, and not looked at.
+    A file that is replaced keeps its permissions and, where the system lets the process give files away, its
+    owner and group; its other names (hard links) keep the old content.
     """
 
     __slots__ = ()

@@ -9,7 +9,6 @@ import json
 import os
 import re
 import secrets
-import shutil
 import struct
 import tempfile
 import zipfile
@@ -21,6 +20,8 @@ from .errors import ArchiveError
 _CHUNK = 1 << 14
 _WORD = struct.Struct("<I")
 _ARRAYS = (4, 4, 4, 1, 4)  # bytes of an item of each of a mesh's arrays
+# What realpath drops from a path's end though it names a folder. Windows drops the dot itself.
+_FOLDER_ENDS = ("",) if os.name == "nt" else ("", os.curdir)
 _ROOT, _ROOT_END = b"<Q7Materials_2>", b"</Q7Materials_2>"
 
 
@@ -35,8 +36,16 @@ def not_whole(path: str) -> OSError:
 # -- places -------------------------------------------------------------------------------------------
 
 
-def _check_replaceable(target: str) -> None:
-    """Raises OSError when there is something else than a file that may be changed."""
+def _target_of(path: str) -> str:
+    """The file that a save to the path makes or replaces. Raises OSError when there is something else than a
+    file that may be changed, or when the path can name no file.
+    """
+    if os.path.basename(path) in _FOLDER_ENDS:
+        with open(path, "ab"):  # The system has the error, and makes no file of such a name.
+            pass
+    target = os.path.realpath(path)
+    if os.path.islink(target):
+        raise OSError(errno.ELOOP, os.strerror(errno.ELOOP), target)
     if os.path.isdir(target):
         raise IsADirectoryError(errno.EISDIR, os.strerror(errno.EISDIR), target)
     if os.path.exists(target):
@@ -44,6 +53,7 @@ def _check_replaceable(target: str) -> None:
             raise OSError(errno.EINVAL, "this is no file that can be replaced", target)
         with open(target, "r+b"):
             pass
+    return target
 
 
 def _new_file(folder: str) -> str:
@@ -58,27 +68,46 @@ def _new_file(folder: str) -> str:
         return path
 
 
+def _take_over(made: str, old: os.stat_result) -> None:
+    """Gives a new file the permissions of the old one and, where that is allowed, its owner and group."""
+    mode = old.st_mode & 0o777  # The bits beyond would let others run what this user wrote as this user.
+    if os.name != "posix":
+        os.chmod(made, mode)
+        return
+    # Who may change the folder could have put a link to another file there.
+    file = os.open(made, os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK)
+    try:
+        new = os.fstat(file)
+        if new.st_nlink > 1:
+            raise OSError(errno.EMLINK, os.strerror(errno.EMLINK), made)
+        os.fchmod(file, mode)
+        if (new.st_uid, new.st_gid) != (old.st_uid, old.st_gid):
+            with contextlib.suppress(OSError):
+                os.fchown(file, old.st_uid, old.st_gid)
+    finally:
+        os.close(file)
+
+
 def _replace(made: str, target: str) -> None:
     if os.path.exists(target):
-        shutil.copymode(target, made)
+        _take_over(made, os.stat(target))
     os.replace(made, target)
 
 
 @contextlib.contextmanager
 def file_for(path: str) -> Iterator[str]:
     """A path to write to. The file there takes the place of `path` at the end of the block; an exception
-    leaves what was there before.
+    leaves what was there before. Any OSError names `path`.
     """
-    target = os.path.realpath(path)
     part = ""
     try:
-        _check_replaceable(target)
+        target = _target_of(path)
         part = _new_file(os.path.dirname(target))
         yield part
         _replace(part, target)
     except OSError as error:
-        error.filename, error.filename2 = path, None
-        raise
+        # A new exception: once filename2 was set, even to None, the text ends with it.
+        raise OSError(error.errno, error.strerror, path) from error.__cause__
     finally:
         if part:
             with contextlib.suppress(FileNotFoundError):
@@ -90,10 +119,9 @@ def archive_for(path: str) -> Iterator[str]:
     """The same for an archive, in a folder of its own: the library fills another folder beside an archive.
     Makes the folders that are missing above it. Raises ArchiveError.
     """
-    target = os.path.realpath(path)
-    folder = os.path.dirname(target)
     try:
-        _check_replaceable(target)
+        target = _target_of(path)
+        folder = os.path.dirname(target)
         os.makedirs(folder, exist_ok=True)
         with tempfile.TemporaryDirectory(prefix=".q7-", dir=folder) as scratch:
             made = os.path.join(scratch, "made.q7a")

@@ -160,6 +160,137 @@ class Places(WholeTest):
             save(path)
             self.assertEqual(path.stat().st_mode & 0o777, 0o604)
 
+    def test_bits_beyond_the_permissions_go(self):
+        for name, save in self.saves().items():
+            path = self.folder / name
+            save(path)
+            path.chmod(0o7664)
+            save(path)
+            self.assertEqual(path.stat().st_mode & 0o7777, 0o664)
+
+    def save_over(self, path, save, owner):
+        """Saves over a file of an owner. Owner, group and mode after that."""
+        path.write_bytes(b"before")
+        os.chown(path, *owner)
+        path.chmod(0o4666)
+        save(path)
+        after = path.stat()
+        self.assertGreater(after.st_size, 50)
+        return after.st_uid, after.st_gid, after.st_mode & 0o7777
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root may give a file to another user")
+    def test_the_owner(self):
+        for name, save in self.saves().items():
+            for owner in ((1, 2), (0, 2), (1, 0)):
+                self.assertEqual(self.save_over(self.folder / name, save, owner), (*owner, 0o666))
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root may become another user")
+    def test_an_owner_that_cannot_be_kept(self):
+        self.folder.chmod(0o777)
+
+        def as_another(save, path):
+            os.seteuid(1)
+            try:
+                save(path)
+            finally:
+                os.seteuid(0)
+
+        for name, save in self.saves().items():
+            owner, _, mode = self.save_over(self.folder / name, lambda path: as_another(save, path), (0, 0))
+            self.assertEqual((owner, mode), (1, 0o666))
+
+    def test_a_link_in_the_place_of_what_was_written(self):
+        """Another user who may change the folder cannot have the permissions of a third file changed."""
+        other, target, made = (self.folder / name for name in ("other", "target", "made"))
+        target.write_bytes(b"before")
+        target.chmod(0o666)
+        other.write_bytes(b"secret")
+        other.chmod(0o600)
+        made.symlink_to(other)
+        with self.assertRaises(OSError):
+            _whole._replace(str(made), str(target))
+        self.assertEqual(other.stat().st_mode & 0o777, 0o600)
+        self.assertEqual(target.read_bytes(), b"before")
+
+    @unittest.skipUnless(os.geteuid() == 0, "only root may give a file to another user")
+    def test_a_second_name_in_the_place_of_what_was_written(self):
+        other, target, made = (self.folder / name for name in ("other", "target", "made"))
+        target.write_bytes(b"before")
+        os.chown(target, 1, 2)
+        other.write_bytes(b"secret")
+        os.link(other, made)
+        with self.assertRaises(OSError):
+            _whole._replace(str(made), str(target))
+        self.assertEqual((other.stat().st_uid, other.stat().st_gid), (0, 0))
+
+    def test_another_name_of_the_file_keeps_what_it_had(self):
+        for name, save in self.saves().items():
+            path, other = self.folder / name, self.folder / f"other-{name}"
+            path.write_bytes(b"before")
+            os.link(path, other)
+            save(path)
+            self.assertEqual(other.read_bytes(), b"before")
+
+    def expect_refused(self, place):
+        """Each save raises what open raises, and changes nothing. place: from the folder on"""
+        path = f"{self.folder}/{place}"
+        saves = self.saves()
+        with self.assertRaises(OSError) as opened:
+            open(path, "wb").close()
+        listing = self.listing()
+        for name, save in saves.items():
+            with self.subTest(name, place=place):
+                with self.assertRaises(OSError) as caught:
+                    save(path)
+                if name.endswith("q7a"):
+                    self.assertIsInstance(caught.exception, q7plugin.ArchiveError)
+                    text = f"{path}: the archive was not made: {opened.exception.strerror}"
+                    self.assertEqual(str(caught.exception), text)
+                else:
+                    self.assertIs(type(caught.exception), type(opened.exception))
+                    self.assertEqual(str(caught.exception), str(opened.exception))
+                self.assertEqual(self.listing(), listing)
+
+    def test_a_file_is_not_a_folder(self):
+        file, real = self.folder / "x", self.folder / "real"
+        file.write_bytes(b"before")
+        os.mkfifo(self.folder / "fifo")
+        (self.folder / "link").symlink_to("x")
+        real.mkdir()
+        for name in ("new", "x", "link", "fifo", "real", "missing/new"):
+            for end in ("/", "/."):
+                self.expect_refused(name + end)
+        self.expect_refused("")
+        self.assertEqual(file.read_bytes(), b"before")
+        self.assertEqual(list(real.iterdir()), [])
+        with self.assertRaisesRegex(OSError, f"Not a directory: '{file}/'"):
+            self.session.save_ext_to_q7a(f"{file}/", self.folder / "a.q7a")
+
+    def test_a_link_to_itself(self):
+        (self.folder / "loop").symlink_to("loop")
+        (self.folder / "a").symlink_to("b")
+        (self.folder / "b").symlink_to("a")
+        (self.folder / "c").symlink_to("loop")
+        for name in ("loop", "a", "c"):
+            self.expect_refused(name)
+            self.assertTrue((self.folder / name).is_symlink())
+
+    def test_texts_of_errors(self):
+        for name, save in self.saves().items():
+            if not name.endswith("q7a"):
+                missing = self.folder / "missing" / name
+                with self.assertRaises(FileNotFoundError) as caught:
+                    save(missing)
+                text = f"[Errno 2] No such file or directory: '{missing}'"
+                self.assertEqual(str(caught.exception), text)
+                self.assertIsNone(caught.exception.filename2)
+        path = self.folder / "a.q7mesh"
+        with self.assertRaises(OSError) as caught:
+            self.limited(30, self.session.save_raw_to_file, path)
+        text = f"[Errno 5] the file was not written whole; is the disk full?: '{path}'"
+        self.assertEqual(str(caught.exception), text)
+        self.assertIsInstance(caught.exception.__cause__, _whole.NotWhole)
+
     def test_what_lies_in_the_way(self):
         fifo = self.folder / "fifo"
         os.mkfifo(fifo)
