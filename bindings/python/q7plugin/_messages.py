@@ -70,7 +70,8 @@ class MessageMethods(SessionBase):
     def gives_meta_data_back(self) -> bool:
         """Whether the renderer takes the session's metadata now and gives them back, so is alive.
 
-        Does what leave_token does.
+        Does what leave_token does. It tells nothing about what was sent before: a renderer that was
+        replaced since gives them back too, which holds_token tells apart.
         """
         return self.leave_token() is not None
 
