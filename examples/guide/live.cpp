@@ -58,14 +58,19 @@ bool holdsConnection(void* session) {
            GetQ7RenderStatus(nullptr) == statusLinked;
 }
 
-// Whether the renderer gives back metadata that holds a text which no earlier message had. The rest of
-// the metadata goes with it each time, so nothing of it is lost.
-bool givesMetadataBack(void* session) {
+// Sends the metadata with a text which no earlier message had. The rest of the metadata goes with it, so
+// nothing of it is lost.
+HostText sendToken(void* session) {
     std::random_device random;
     const std::string number = std::to_string(random()) + '-' + std::to_string(random());
-    const HostText token(number.begin(), number.end());
+    HostText token(number.begin(), number.end());
     Q7SetEntityStringProperty(session, metadata, nullptr, Q7_TEXT("$q7SendToken"), token.c_str());
     Q7SendMetaData(session);
+    return token;
+}
+
+// Sends nothing but the question: a renderer that was replaced must not learn the token.
+bool holdsToken(void* session, const HostText& token) {
     // A longer answer is not stored, and counts as none.
     HostText answer(65536, Q7Char{});
     Q7GetMetaData(session, answer.data(), static_cast<std::uint32_t>(answer.size()));
@@ -75,8 +80,9 @@ bool givesMetadataBack(void* session) {
 enum class Arrival { Lost, Unknown, Confirmed };
 
 Arrival send(void* session) {
-    // One that does not do so before the send cannot be asked after it.
-    const bool canBeAsked = givesMetadataBack(session);
+    const HostText token = sendToken(session);
+    // One that does not give it back before the send cannot be asked after it.
+    const bool canBeAsked = holdsToken(session, token);
     // Everything but 0 is a refusal; a renderer that cannot be reached counts as connected.
     const int result = Q7RawSyncConnect(session);
     if (result != ConnectRet_Accepted) {
@@ -88,7 +94,7 @@ Arrival send(void* session) {
     DisConnect(session);
     if (!held) return Arrival::Lost;
     if (!canBeAsked) return Arrival::Unknown;
-    return givesMetadataBack(session) ? Arrival::Confirmed : Arrival::Lost;
+    return holdsToken(session, token) ? Arrival::Confirmed : Arrival::Lost;
 }
 
 }  // namespace

@@ -223,14 +223,19 @@ bool holdsConnection(void* session) {
            GetQ7RenderStatus(nullptr) == statusLinked;
 }
 
-// Whether the renderer gives back metadata that holds a text which no earlier message had. What else the
-// host has set in the metadata goes with it each time.
-bool givesTokenBack(void* session) {
+// Sends the metadata with a text which no earlier message had. What else the host has set in the metadata
+// goes with it.
+HostText sendToken(void* session) {
     std::random_device random;
     const std::string number = std::to_string(random()) + '-' + std::to_string(random());
-    const HostText token(number.begin(), number.end());
+    HostText token(number.begin(), number.end());
     Q7SetEntityStringProperty(session, metadata, nullptr, Q7_TEXT("$q7SendToken"), token.c_str());
     Q7SendMetaData(session);
+    return token;
+}
+
+// Sends nothing but the question: a renderer that was replaced must not learn the token.
+bool holdsToken(void* session, const HostText& token) {
     // A longer answer is not stored, and counts as none.
     HostText answer(65536, Q7Char{});
     Q7GetMetaData(session, answer.data(), static_cast<std::uint32_t>(answer.size()));
@@ -245,7 +250,8 @@ void deliver(Job& job, const fs::path& pluginFile) {
 
     job.enter(Stage::Checking);
     // A renderer that does not give it back now cannot be asked after the send either.
-    const bool canBeAsked = givesTokenBack(session.get());
+    const HostText token = sendToken(session.get());
+    const bool canBeAsked = holdsToken(session.get(), token);
 
     job.enter(Stage::Sending);
     const ConnectRet accepted = Q7RawSyncConnect(session.get());
@@ -260,7 +266,7 @@ void deliver(Job& job, const fs::path& pluginFile) {
 
     job.enter(Stage::Checking);
     if (!canBeAsked) return job.finish(true, "sent; the renderer does not say whether it arrived");
-    if (!givesTokenBack(session.get()))
+    if (!holdsToken(session.get(), token))
         return job.finish(false,
                           "the renderer ended while it got the scene: start it and send again");
     job.finish(true, "the scene arrived");

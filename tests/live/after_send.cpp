@@ -76,12 +76,16 @@ std::optional<std::vector<std::string>> optionsOf(const Row& row) {
     return options;
 }
 
-bool givesMetadataBack(void* session) {
+HostString sendToken(void* session) {
     std::random_device random;
     const std::string number = std::to_string(random()) + '-' + std::to_string(random());
-    const HostString token(number.begin(), number.end());
+    HostString token(number.begin(), number.end());
     Q7SetEntityStringProperty(session, metadata, nullptr, Q7T("$q7SendToken"), token.c_str());
     Q7SendMetaData(session);
+    return token;
+}
+
+bool holdsToken(void* session, const HostString& token) {
     HostString answer(65536, Q7Char{});
     Q7GetMetaData(session, answer.data(), static_cast<std::uint32_t>(answer.size()));
     return answer.find(token) != HostString::npos;
@@ -108,7 +112,8 @@ Findings sendAndAsk(const Host& host, Standin* standin, const Row& row) {
     };
     if (see("link", StartLinkQ7Render(Q7T("file")) != 0)) return found;
     const std::int32_t type = GetSendModelType(session, Q7T("name"));
-    const bool canBeAsked = givesMetadataBack(session);
+    const HostString token = sendToken(session);
+    const bool canBeAsked = holdsToken(session, token);
     diesAt("--die-at-word 15");
     const bool isRefused = see("connect", Q7RawSyncConnect(session) != ConnectRet_Accepted);
     see("`HasConnected`", HasConnected(session) == 0);
@@ -121,8 +126,15 @@ Findings sendAndAsk(const Host& host, Standin* standin, const Row& row) {
     DisConnect(session);
     Q7SendCamera(session);
     diesAt("--die-at-word 12");
+    std::unique_ptr<Standin> replacement;
+    if (row.front().starts_with("is replaced")) {
+        replacement = std::make_unique<Standin>(
+            std::vector<std::string>{"--status", "4", "--send-type", "7"});
+        // It is lost, but what comes next goes to the port of the new one.
+        Q7SendCamera(session);
+    }
     see("status", GetQ7RenderStatus(nullptr) != statusLinked);
-    if (canBeAsked) see("token", !givesMetadataBack(session));
+    if (canBeAsked) see("token", !holdsToken(session, token));
     if (type != 0) see("`GetSendModelType`", GetSendModelType(session, Q7T("name")) != type);
     return found;
 }

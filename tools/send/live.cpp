@@ -60,18 +60,22 @@ void expectLinked(const std::string& when) {
                         ", so the scene went nowhere or arrived in part");
 }
 
-// Whether the renderer takes metadata and gives it back: a token in it tells it from what came before.
-// Only one that does so before a send can be asked after it.
-bool givesMetadataBack(void* session) {
+// Sends the metadata with a text that no earlier message had.
+HostText sendToken(void* session) {
     std::random_device random;
-    const WideString token = utf8ToWide(std::to_string(random()) + '-' + std::to_string(random()));
-    Q7SetEntityStringProperty(session, metadataType, nullptr, HostText(entity::sendToken),
-                              HostText(token));
+    HostText token(utf8ToWide(std::to_string(random()) + '-' + std::to_string(random())));
+    Q7SetEntityStringProperty(session, metadataType, nullptr, HostText(entity::sendToken), token);
     Q7SendMetaData(session);
+    return token;
+}
+
+// Sends nothing but the question: a renderer that was replaced must not learn the token. Only one that
+// gives the token back before a send can be asked after it.
+bool holdsToken(void* session, const HostText& token) {
     // A longer answer is not stored.
     std::basic_string<Q7Char> answer(longestMetadata, Q7Char{});
     Q7GetMetaData(session, answer.data(), static_cast<std::uint32_t>(answer.size()));
-    return answer.find(HostText(token)) != std::basic_string<Q7Char>::npos;
+    return answer.find(token) != std::basic_string<Q7Char>::npos;
 }
 
 // The library lets no message go while a connection for a model is open, and one that broke is not.
@@ -167,13 +171,14 @@ void linkRenderer(const std::filesystem::path& pluginFile) {
 
 SentLive sendLive(void* session, LiveForm form, bool genMaterials, const MessageCounts& messages) {
     SetGenMatInstances(session, genMaterials ? 1 : 0);
-    const bool canBeAsked = givesMetadataBack(session);
+    const HostText token = sendToken(session);
+    const bool canBeAsked = holdsToken(session, token);
     expectLinked("before the connection");
     const double seconds = sendScene(session, form);
     sendMessages(session, messages);
     expectLinked("after the messages");
-    if (canBeAsked && !givesMetadataBack(session)) {
-        throw RendererError("does not answer any more, so what was sent is lost");
+    if (canBeAsked && !holdsToken(session, token)) {
+        throw RendererError("does not answer any more, or was replaced, so what was sent is lost");
     }
     return {seconds, canBeAsked};
 }

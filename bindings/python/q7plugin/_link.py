@@ -1,7 +1,7 @@
 from __future__ import annotations
 
 from types import TracebackType
-from typing import Callable, Optional, Type
+from typing import Any, Callable, Optional, Type
 
 from ._messages import NO_MESSAGE, MessageMethods
 from ._text import encode
@@ -15,25 +15,25 @@ class Connection:
 
     Session.connect_raw, connect_processed and connect_group make it.
 
-    verified: True when the connection was opened with verify=True, was closed, and the renderer gave
-        metadata back after the models that were sent. False otherwise, for one thing when it is a
+    verified: True when the connection was opened with verify=True, was closed, and the renderer still
+        held the metadata from before the models that were sent. False otherwise, for one thing when it is a
         renderer that gives none back, of which it cannot be known whether they arrived.
     """
 
-    __slots__ = ("session", "verified", "_send", "_verify", "_can_be_asked", "_unverified")
+    __slots__ = ("session", "verified", "_send", "_verify", "_token", "_unverified")
 
     def __init__(
         self,
         session: "LinkMethods",
         send: Callable[[], None],
         verify: bool = False,
-        can_be_asked: bool = False,
+        token: Optional[str] = None,
     ) -> None:
         self.session = session
         self.verified = False
         self._send = send
         self._verify = verify
-        self._can_be_asked = can_be_asked
+        self._token = token  # None of a renderer that gives none back
         self._unverified = False  # whether something went since the renderer was last asked
 
     def send(self) -> None:
@@ -69,18 +69,20 @@ class Connection:
         """Closes the connection. Nothing happens when it is closed.
 
         With verify=True, and after a send, it then asks the renderer for metadata, and raises SendError
-        when they do not come back though they did before the connection, or when the renderer is not
-        linked any more.
+        when they are not those from before the connection, though it gave these back then, or when the
+        renderer is not linked any more.
         """
         self._disconnect()
         if self.session.closed or not self._unverified:
             return
         self._unverified = False
         self._expect_linked()
-        if not self._can_be_asked:
+        if self._token is None:
             return
-        if not self.session.gives_meta_data_back():
-            raise SendError("the renderer does not answer any more: what was sent is lost")
+        if not self.session.holds_token(self._token):
+            raise SendError(
+                "the renderer does not answer any more, or was replaced: what was sent is lost"
+            )
         self.verified = True
 
     def _disconnect(self) -> None:
@@ -127,9 +129,13 @@ class LinkMethods(MessageMethods):
 
         verify: also find out whether what is sent arrives, since neither a renderer that cannot be
             reached nor one that dies, nor a connection that breaks, shows by itself: Connection.send and
-            the end of the `with` block then raise SendError. The session's metadata are sent and asked
-            for, before the connection and after it (gives_meta_data_back): so set_model_file_path comes
-            before. Connection.verified tells whether the renderer could be asked.
+            the end of the `with` block then raise SendError. Before the connection the session's
+            metadata are sent with a token (leave_token), and replace those that the renderer had for the
+            model's path, also if the session has none; after it the renderer is asked for the token. So
+            metadata and model path are set before, and a property "$q7SendToken" of the host's
+            own is removed for good. Metadata of the same path that another host or session sends
+            meanwhile make the send count as lost. Connection.verified tells whether the renderer could
+            be asked.
 
         It goes to the port that the library read last: start_link_render reads it, and each connect or
         send that fails. A connection that is still open is closed first. Blocks until the renderer
@@ -138,38 +144,35 @@ class LinkMethods(MessageMethods):
         VersionError when the installed version is no version.
         """
         check_version()
-        return self._connect(lambda: self._raw.Q7RawSyncConnect(self._session), self.send_raw, verify)
+        return self._connect(self._raw.Q7RawSyncConnect, self.send_raw, verify)
 
     def connect_processed(self, verify: bool = False) -> Connection:
-        """Opens the connection for send_processed; otherwise as connect_raw.
+        """Opens the connection for send_processed.
 
+        Otherwise as connect_raw: with verify=True the session's metadata replace the renderer's.
         For a path of set_relevant_model_file_path it also names the main model, the path last given to
         set_model_file_path.
         """
-        return self._connect(
-            lambda: self._raw.Q7ProcessedSyncConnect(self._session), self.send_processed, verify
-        )
+        return self._connect(self._raw.Q7ProcessedSyncConnect, self.send_processed, verify)
 
     def connect_group(self, verify: bool = False) -> Connection:
         """Opens the connection for a group of models, which send_processed sends.
 
-        Otherwise as connect_raw.
+        Otherwise as connect_raw: with verify=True the session's metadata replace the renderer's.
         """
-        return self._connect(
-            lambda: self._raw.Q7GroupSyncConnect(self._session), self.send_processed, verify
-        )
+        return self._connect(self._raw.Q7GroupSyncConnect, self.send_processed, verify)
 
     def _connect(
-        self, connect: Callable[[], int], send: Callable[[], None], verify: bool
+        self, connect: Callable[..., Any], send: Callable[[], None], verify: bool
     ) -> Connection:
         # A connection that is still open would stop the question.
         if verify:
             self.disconnect()
-        can_be_asked = verify and self.gives_meta_data_back()
-        result = connect()
+        token = self.leave_token() if verify else None
+        result = connect(self._session)
         if result != ConnectRet.ACCEPTED:
             raise ConnectError(ConnectRet(result))
-        return Connection(self, send, verify, can_be_asked)
+        return Connection(self, send, verify, token)
 
     def disconnect(self) -> None:
         """Closes the connection that a connect method opened. Nothing happens without one."""

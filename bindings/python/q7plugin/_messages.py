@@ -8,7 +8,8 @@ from ._arrays import Buffer, byte_values
 from ._base import SessionBase
 from ._numbers import Real, real
 from ._text import UNIT, decode, encode
-from .enums import EntityType
+from .enums import EntityType, RenderStatus
+from .renderer import get_render_status
 
 CAMERA_SIZE = 36
 NO_MESSAGE = 0xFFFFFFFF
@@ -69,12 +70,43 @@ class MessageMethods(SessionBase):
     def gives_meta_data_back(self) -> bool:
         """Whether the renderer takes the session's metadata now and gives them back, so is alive.
 
-        Sends them with one more property, "$q7SendToken", whose text no message had before, and asks for
-        them. The property leaves the session again; the renderer keeps it until other metadata come.
-        False as well of a renderer that keeps no metadata, of a session without a model path, by which it
-        keeps them, when no message may go, and maybe for an answer of 64 KiB or more, which the library
-        can get in part. Waits for the answer without a limit.
+        Does what leave_token does. It tells nothing about what was sent before: a renderer that was
+        replaced since gives them back too, which holds_token tells apart.
         """
+        return self.leave_token() is not None
+
+    def leave_token(self) -> Optional[str]:
+        """Sends the session's metadata with a new token, for which holds_token asks later.
+
+        The token is one more property, "$q7SendToken". It leaves the session again, and takes a property
+        of that name that the session had with it. The metadata, also if there are none, replace those
+        that the renderer had for the model's path. Sessions without a path share one entry, which a
+        renderer need not keep.
+        Returns the token, and None when the renderer does not give it back: one that cannot be reached
+        or keeps no metadata, also when no message may go, and maybe for metadata of 64 KiB or more, of
+        which the library can get a part. A linked renderer is asked a second time then: what fails first
+        may have gone to a port that was not read yet, or is no longer the renderer's. Waits for each
+        answer without a limit.
+        """
+        for _ in range(2):
+            token = self._send_token()
+            if self.holds_token(token):
+                return token
+            if get_render_status() != RenderStatus.LINKED:
+                break
+        return None
+
+    def holds_token(self, token: str) -> bool:
+        """Whether the renderer still holds a token of leave_token, so is the same one, and alive.
+
+        token: what leave_token returned
+
+        Sends nothing but the question. False also when other metadata of the model's path came after the
+        token, from whatever host or session. Waits for the answer without a limit.
+        """
+        return token in (self.get_meta_data() or "")
+
+    def _send_token(self) -> str:
         name, token = encode(_TOKEN_NAME, "name"), secrets.token_hex(16)
         raw, session = self._raw, self._session
         raw.Q7SetEntityStringProperty(
@@ -84,7 +116,7 @@ class MessageMethods(SessionBase):
             self.send_meta_data()
         finally:
             raw.Q7DeleteEntityProperty(session, EntityType.METADATA, None, name)
-        return token in (self.get_meta_data() or "")
+        return token
 
     def send_scenes(self) -> None:
         """Sends all scenes of add_scene with the model's path. They stay."""

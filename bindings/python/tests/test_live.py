@@ -256,10 +256,10 @@ class Verifying(Live):
             json.loads(file.read_text()) for file in standin.received() if "metadata." in file.name
         ]
         tokens = {text.pop("$q7SendToken") for text in texts}
-        self.assertEqual((len(texts), len(tokens)), (6, 6))
+        self.assertEqual((len(texts), len(tokens)), (3, 3))
         # What the host itself has set goes with each, and the token stays in none of its own.
         own = {"Author": "A. N. Other", "model_file_path": "/model"}
-        self.assertEqual(texts, [own] * 6)
+        self.assertEqual(texts, [own] * 3)
         self.session.send_meta_data()
         self.assertEqual(json.loads(self.session.get_meta_data()), own)
 
@@ -270,6 +270,68 @@ class Verifying(Live):
             self.assertFalse(connection.verified)
             self.assertTrue(self.session.gives_meta_data_back())
             self.assertEqual(len([f for f in standin.received() if "metadata" in f.name]), 2)
+
+    def test_a_renderer_that_was_replaced(self):
+        first = self.link()
+        connection = self.session.connect_raw(verify=True)
+        connection.send()
+        self.session.disconnect()
+        first.close()
+        with Standin("--status", "4"):
+            # It fails, and so leads to the port of the second one.
+            self.session.send_camera()
+            with self.assertRaisesRegex(q7plugin.SendError, "or was replaced"):
+                connection.close()
+        self.assertFalse(connection.verified)
+
+    def test_a_token_is_asked_for_alone(self):
+        with self.link() as standin:
+            token = self.session.leave_token()
+            self.assertTrue(self.session.holds_token(token))
+            self.assertTrue(self.session.holds_token(token))
+            self.assertEqual(len([f for f in standin.received() if "metadata." in f.name]), 1)
+            self.session.send_meta_data()
+            self.assertFalse(self.session.holds_token(token))
+        self.assertIsNone(self.session.leave_token())
+
+    def test_a_first_send_without_a_link(self):
+        code = NO_CORE + (
+            "import array\n"
+            "with q7plugin.Session() as session:\n"
+            "    session.set_model_file_path('/model')\n"
+            "    with session.node('A') as node:\n"
+            "        node.add_triangles('Red', array.array('f', range(9)))\n"
+            "    with session.connect_raw(verify=True) as connection:\n"
+            "        connection.send()\n"
+            "    print(connection.verified)\n"
+        )
+        with Standin("--status", "4"):
+            result = run_python(code, self.folder, needed("Q7PLUGIN_LIBRARY"))
+        self.assertEqual((result.returncode, result.stderr), (0, ""))
+        self.assertEqual(result.stdout.splitlines()[-1], "True")
+
+    def test_a_renderer_that_moved_to_another_port(self):
+        self.link().close()
+        with Standin("--status", "4"):
+            with self.session.connect_raw(verify=True) as connection:
+                connection.send()
+        self.assertTrue(connection.verified)
+
+    def test_what_the_metadata_are_replaced_by(self):
+        for path in ("/model", ""):
+            self.session.set_model_file_path(path)
+            with self.link(), q7plugin.Session() as other:
+                other.set_model_file_path(path)
+                other.set_entity_property(EntityType.METADATA, None, "Author", "Another")
+                other.send_meta_data()
+                self.session.reset_entity_property(EntityType.METADATA)
+                self.session.set_entity_property(EntityType.METADATA, None, "$q7SendToken", "own")
+                with self.session.connect_raw(verify=True) as connection:
+                    connection.send()
+                self.assertTrue(connection.verified)
+                self.assertNotIn("Another", other.get_meta_data())
+                self.session.send_meta_data()
+                self.assertNotIn("$q7SendToken", other.get_meta_data())
 
     def test_renderers_that_cannot_be_asked(self):
         for options in (

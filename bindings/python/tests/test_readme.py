@@ -26,7 +26,7 @@ class Examples(LibraryTest):
     def test_the_host(self):
         numpy_or_skip()
         code = re.search(r"```python\n(.*?)```", self.text, re.S)[1]
-        with Standin("--status", "4", "--connections", "5") as standin:
+        with Standin("--status", "4", "--connections", "4") as standin:
             exec(code, {})
             status, out = standin.finish()
             self.assertEqual(status, 0, out)

@@ -160,13 +160,13 @@ class SceneLink:
     def _deliver(self, has_model, changed):
         """In the order of q7-send. What of it may wait for the renderer is all that a thread does.
 
-        Returns whether the renderer answered after all of it. One that does not give the metadata back
-        before cannot be asked afterwards.
+        Returns whether the renderer still had the token after all of it. One that does not give the token
+        back before cannot be asked afterwards.
         """
         session = self.model.session
         self._q7.start_link_render(_PLUGIN_FILE)
         self._expect_linked("before the scene went")
-        can_be_asked = session.gives_meta_data_back()
+        token = session.leave_token()
         if has_model:
             connect = session.connect_processed if self.options.merged else session.connect_raw
             with connect() as connection:
@@ -186,9 +186,9 @@ class SceneLink:
         if "animations" in changed:
             session.send_camera_anims()
         self._expect_linked("after the scene went")
-        if can_be_asked and not session.gives_meta_data_back():
-            raise LinkFault("Q7 Render does not answer any more: what was sent is lost")
-        return can_be_asked
+        if token is not None and not session.holds_token(token):
+            raise LinkFault("Q7 Render does not answer any more, or was replaced: what was sent is lost")
+        return token is not None
 
     def _expect_linked(self, when):
         # The library tells nothing of what went nowhere.

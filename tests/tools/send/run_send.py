@@ -591,7 +591,7 @@ class Live(SendTest):
         self.assertEqual(
             kinds,
             ["plugin-file", "metadata", "metadata-request", "sync", "instance-paths", "model", "model"]
-            + ["camera", "lights", "scenes", "camera-animations", "metadata", "metadata-request"],
+            + ["camera", "lights", "scenes", "camera-animations", "metadata-request"],
         )
         messages = self.messages()
         for kind in ("metadata", "camera", "lights", "scenes"):
