@@ -262,7 +262,12 @@ void deliver(Job& job, const fs::path& pluginFile) {
     Q7SendRaw(session.get());
     const bool held = holdsConnection(session.get());
     DisConnect(session.get());
-    if (!held) return job.finish(false, "the renderer went away before it had the whole scene");
+    if (!held && GetQ7RenderStatus(nullptr) == statusLinked)
+        return job.finish(
+            false,
+            "the connection broke: the renderer may have all, a part or nothing of the "
+            "scene, send again");
+    if (!held) return job.finish(false, "the renderer ended: start it and send again");
 
     job.enter(Stage::Checking);
     if (!canBeAsked) return job.finish(true, "sent; the renderer does not say whether it arrived");

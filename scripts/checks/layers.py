@@ -56,6 +56,8 @@ OS_HEADER_FOLDERS = {
     "tests/process": ALL_OS_HEADERS,
     "tests/support/text.cpp": ALL_OS_HEADERS,
     "tests/abi": ALL_OS_HEADERS,
+    # A system that starts no thread.
+    "tests/tools/standin/previews.cpp": (POSIX_HEADERS,),
     "tests/archive/bridge": (WINDOWS_HEADERS,),
 }
 

@@ -23,9 +23,11 @@ constexpr std::size_t noPlace = static_cast<std::size_t>(-1);
 
 // A name may be as long as the file; a note is a line.
 std::string shortQuotes(WideView name) {
-    constexpr std::size_t mostUnits = 60;
-    if (name.size() <= mostUnits) return inQuotes(name);
-    return inQuotes(WideString(name.substr(0, mostUnits)) + u"...");
+    std::size_t units = 60;
+    if (name.size() <= units) return inQuotes(name);
+    const bool endsInPair = name[units - 1] >= 0xD800 && name[units - 1] <= 0xDBFF;
+    if (endsInPair) --units;
+    return inQuotes(WideString(name.substr(0, units)) + u"...");
 }
 
 // Records that are meant by one note.
@@ -132,22 +134,22 @@ std::optional<ModelNote> alikeNames(const std::vector<Record>& records, std::str
     }
     std::ranges::sort(keys);
     std::vector<std::pair<std::size_t, std::size_t>> pairs;  // the later one, and the first
+    // The key of the first name is made once: the name may be long, and many may follow it.
+    WideString key;
     for (std::size_t i = 1, first = 0; i < keys.size(); ++i) {
         if (keys[i].first != keys[first].first) {
             first = i;
-        } else {
+            continue;
+        }
+        if (i == first + 1) key = withoutCaseAndBlanks(records[keys[first].second].name);
+        if (withoutCaseAndBlanks(records[keys[i].second].name) == key) {
             pairs.emplace_back(keys[i].second, keys[first].second);
         }
     }
     std::ranges::sort(pairs);
     Meant meant;
-    for (const auto& [later, first] : pairs) {
-        const WideView name = records[first].name;
-        const WideView other = records[later].name;
-        if (withoutCaseAndBlanks(name) == withoutCaseAndBlanks(other)) {
-            meant.addPair(records[later].offset, name, other);
-        }
-    }
+    for (const auto& [later, first] : pairs)
+        meant.addPair(records[later].offset, records[first].name, records[later].name);
     return meant.note(
         kind, counted(meant.count(), "pair of " + ofWhat + " has", "pairs of " + ofWhat + " have") +
                   " names that differ by case or blanks alone");
@@ -287,7 +289,9 @@ void ModelNotes::addMaterial(WideView name, WideView xml, std::uint64_t offset) 
 void ModelNotes::addInstance(WideView mesh, WideView material,
                              const std::array<float, 16>& transform, std::uint64_t offset) {
     instances_.push_back({offset, meshes_.placeOf(mesh), materials_.placeOf(material), transform});
-    ++materials_.list[instances_.back().material].uses;
+    Material& used = materials_.list[instances_.back().material];
+    // A material without a record begins where it is named.
+    if (used.uses++ == 0 && !used.isAdded) used.offset = offset;
 }
 
 void ModelNotes::addMesh(WideView name, std::span<const std::byte> positions,

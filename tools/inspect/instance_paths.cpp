@@ -20,11 +20,13 @@ namespace {
 
 constexpr std::string_view pathsKey = "instance_paths";
 
-// Takes the strings out of {"instance_paths":[...]} as it is parsed, and nothing else: no text of another
-// shape takes memory.
+// Takes the strings out of {"instance_paths":[...]} as it is parsed, and nothing else: neither a text of another
+// shape nor paths beyond the number of instances take memory.
 class Handler : public nlohmann::json_sax<json> {
   public:
-    explicit Handler(std::vector<std::string>& paths) : paths_(paths) {}
+    Handler(std::vector<std::string>& paths, std::size_t instances)
+        : paths_(paths), instances_(instances) {}
+    std::uint64_t count() const { return count_; }
 
     bool null() override { return false; }
     bool boolean(bool) override { return false; }
@@ -33,7 +35,7 @@ class Handler : public nlohmann::json_sax<json> {
     bool number_float(number_float_t, const string_t&) override { return false; }
     bool binary(binary_t&) override { return false; }
     bool start_object(std::size_t) override { return depth_++ == 0; }
-    bool key(string_t& text) override { return text == pathsKey; }
+    bool key(string_t& text) override { return text == pathsKey && !std::exchange(hasKey_, true); }
     bool start_array(std::size_t) override { return depth_++ == 1; }
     bool end_object() override { return true; }
     bool end_array() override {
@@ -42,7 +44,7 @@ class Handler : public nlohmann::json_sax<json> {
     }
     bool string(string_t& text) override {
         if (depth_ != 2) return false;
-        paths_.push_back(std::move(text));
+        if (++count_ <= instances_) paths_.push_back(std::move(text));
         return true;
     }
     bool parse_error(std::size_t, const std::string&, const nlohmann::detail::exception&) override {
@@ -51,6 +53,9 @@ class Handler : public nlohmann::json_sax<json> {
 
   private:
     std::vector<std::string>& paths_;
+    std::size_t instances_;
+    std::uint64_t count_ = 0;
+    bool hasKey_ = false;
     int depth_ = 0;
 };
 
@@ -100,13 +105,13 @@ InstancePaths pathsBeside(const std::string& file, const StreamModel& model) {
 InstancePaths readInstancePaths(std::span<const std::byte> bytes, const StreamModel& model) {
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     InstancePaths paths;
-    Handler handler(paths.paths);
+    Handler handler(paths.paths, model.instances.size());
     if (!json::sax_parse(text, &handler)) {
         return {{}, "is not an object with an array of strings, \"instance_paths\"", {}};
     }
-    if (paths.paths.size() != model.instances.size()) {
+    if (handler.count() != model.instances.size()) {
         return {{},
-                "has " + q7tools::counted(paths.paths.size(), "path", "paths") + " for " +
+                "has " + q7tools::counted(handler.count(), "path", "paths") + " for " +
                     q7tools::counted(model.instances.size(), "instance", "instances"),
                 {}};
     }

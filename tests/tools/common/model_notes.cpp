@@ -224,6 +224,29 @@ TEST(ModelNotes, namesThatDifferByCaseOrBlanks) {
                      "\"quad\" and \"QUAD\""}));
 }
 
+// Comparing each name with the first as a whole would take hours.
+TEST(ModelNotes, manyNamesAfterALongOneThatIsAlike) {
+    const std::u16string letters = u"abcdefghijklmnop";
+    std::vector<Scene::Material> materials{described(std::u16string(4'000'000, u' ') + letters)};
+    for (unsigned bits = 0; bits < 30'000; ++bits) {
+        std::u16string name = letters;
+        for (std::size_t i = 0; i < name.size(); ++i)
+            if ((bits >> i & 1U) != 0) name[i] = static_cast<char16_t>(name[i] - u'a' + u'A');
+        materials.push_back(described(name));
+    }
+    const Texts texts = textsOf(withMaterials(materials));
+    ASSERT_EQ(texts.size(), 1U);
+    EXPECT_EQ(texts[0].find("materialNames: 30000 pairs of materials"), 0U) << texts[0];
+}
+
+TEST(ModelNotes, longNamesAreCutBetweenCharacters) {
+    const std::u16string end = u"\U0001F600";
+    Scene scene = withMaterials({notDescribed(std::u16string(59, u'a') + end + u"b")});
+    EXPECT_EQ(textsOf(scene),
+              (Texts{"undescribed: 1 material is used, but described by nothing: \"" +
+                     std::string(59, 'a') + "...\""}));
+}
+
 TEST(ModelNotes, namesThatAreNearlyEqual) {
     for (const std::u16string name :
          {u"Mahgany", u"Mahogany_", u"Mahogony", u"Mahoagny", u"Nahogany", u"Mahoganny"}) {

@@ -35,11 +35,18 @@ TEST(InspectInstancePaths, ofAnotherNumber) {
     EXPECT_EQ(read(R"({"instance_paths":["a"]})").paths, Paths());
 }
 
+TEST(InspectInstancePaths, beyondTheInstancesAreCounted) {
+    const InstancePaths paths = read(R"({"instance_paths":["a","b","c","d","e"]})");
+    EXPECT_EQ(paths.fault, "has 5 paths for 3 instances");
+    EXPECT_EQ(paths.paths, Paths());
+}
+
 TEST(InspectInstancePaths, otherTextsAreLeftOut) {
     for (const std::string text :
          {"", "{", "[]", "null", R"({"instance_paths":[1,2,3]})", R"({"other":["a","b","c"]})",
           R"({"instance_paths":["a","b","c"]} x)", R"({"instance_paths":{"a":["b"]}})",
-          R"({"instance_paths":[["a"],"b","c"]})", R"({"instance_paths":"a"})"}) {
+          R"({"instance_paths":[["a"],"b","c"]})", R"({"instance_paths":"a"})",
+          R"({"instance_paths":["a","b","c"],"instance_paths":[]})"}) {
         EXPECT_EQ(read(text).fault, "is not an object with an array of strings, \"instance_paths\"")
             << text;
         EXPECT_EQ(read(text).paths, Paths()) << text;
