@@ -123,7 +123,7 @@ int main(int argc, char** argv) try {
         case Arrival::Lost:
             break;
     }
-    std::fprintf(stderr, "live: the scene did not arrive, or in part\n");
+    std::fprintf(stderr, "live: the scene may not have arrived, or only in part\n");
     return 1;
 } catch (const std::exception& error) {
     // A version that is no version, or no memory: nothing is caught by the library.

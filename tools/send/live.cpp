@@ -83,8 +83,8 @@ bool holdsToken(void* session, const HostText& token) {
 void expectHeld(void* session) {
     if (Q7GetMetaData(session, nullptr, 0) == noMessageMayGo) return;
     throw RendererError(
-        "could not be reached, or the connection to it broke: the scene did not arrive, or in "
-        "part");
+        "could not be reached, or the connection to it broke: the scene may not have arrived, or "
+        "only in part");
 }
 
 double sendScene(void* session, LiveForm form) {

@@ -50,8 +50,8 @@ class Connection:
         self._expect_linked()
         if not self.holds():
             raise SendError(
-                "the renderer could not be reached, or the connection broke: the model did not arrive, "
-                "or in part"
+                "the renderer could not be reached, or the connection broke: the model may not have "
+                "arrived, or only in part"
             )
 
     def holds(self) -> bool:

@@ -41,7 +41,7 @@ class ConnectError(Q7Error, ConnectionError):
 
 
 class SendError(Q7Error, ConnectionError):
-    """A model did not arrive, or in part. Raised by connections that were opened with verify=True."""
+    """A model may not have arrived, or only in part. Raised by connections that were opened with verify=True."""
 
 
 class LinkError(Q7Error, ConnectionError):
