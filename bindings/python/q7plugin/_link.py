@@ -134,7 +134,7 @@ class LinkMethods(MessageMethods):
             model's path, also if the session has none; after it the renderer is asked for the token. So
             metadata and model path are set before, and a property "$q7SendToken" of the host's
             own is removed for good. Metadata of the same path that another host or session sends
-            meanwhile make the send count as lost. Connection.verified tells whether the renderer could
+            meanwhile make the send count as lost. Connection.verified says whether the renderer could
             be asked.
 
         It goes to the port that the library read last: start_link_render reads it, and each connect or
@@ -181,7 +181,7 @@ class LinkMethods(MessageMethods):
     def has_connected(self) -> bool:
         """Whether a connect method succeeded since the last disconnect, without probing the connection.
 
-        It stays so when the connection breaks: Connection.holds tells that.
+        It stays so when the connection breaks: ask Connection.holds.
         """
         return bool(self._raw.HasConnected(self._session))
 

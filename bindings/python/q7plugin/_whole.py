@@ -137,7 +137,7 @@ def archive_for(path: str) -> Iterator[str]:
 
 
 class _Walk:
-    """Goes over a model stream from count to count. Arrays are passed over, and the file is never sought
+    """Goes over a model stream from count to count. Arrays are skipped, and the file is never sought
     backwards, since unpacking would begin anew.
     """
 
@@ -217,7 +217,7 @@ def _has_end(content: bytes) -> bool:
 
 def check_material_list(path: str) -> None:
     """Raises NotWhole when the list lacks its end. Without a root there is no telling: then OSError when the
-    disk takes nothing more behind it.
+    disk takes no further byte.
     """
     with open(path, "r+b", buffering=0) as file:
         head = file.read(len(_ROOT))
