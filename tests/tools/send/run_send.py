@@ -29,8 +29,8 @@ MODELS = Path()
 SHARED = Path("/dev/shm")
 
 LOST = (
-    "q7-send: the renderer: could not be reached, or the connection to it broke: the scene did not "
-    "arrive, or in part\n"
+    "q7-send: the renderer: could not be reached, or the connection to it broke: the scene may not "
+    "have arrived, or only in part\n"
 )
 SQUARE = "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0\nf 1 2 3 4\n"
 ENGINE = "glTF2/2CylinderEngine-glTF-Binary/2CylinderEngine.glb"
