@@ -15,10 +15,9 @@ trap end_jobs EXIT
 # terminal stops what writes from there if it was told to (stty tostop): the command ignores that signal.
 in_group() {
     set -m
-    {
-        trap '' TTOU
-        "$@"
-    } &
+    trap '' TTOU
+    "$@" &
+    trap - TTOU
     set +m
     wait $!
 }
