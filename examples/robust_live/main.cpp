@@ -138,7 +138,7 @@ std::string saveArchive(void* session, const fs::path& path, const fs::path& str
     std::error_code error;
     if (fs::exists(fs::symlink_status(temporary, error)))
         return temporary.string() + " is in the way: remove what an earlier export left there";
-    // What the disk has no room for is missing from the archive, without a word. The temporary folder
+    // What the disk has no room for is silently missing from the archive. The temporary folder
     // and the archive itself are there at the same time.
     const std::uintmax_t needed = 2 * (fs::file_size(stream) + fs::file_size(texture)) + (1U << 20);
     const fs::space_info space = fs::space(path.parent_path(), error);

@@ -37,7 +37,7 @@ ordered_json materialJson(const StreamMaterial& material, std::uint64_t uses) {
     return json;
 }
 
-// Any text of UTF-8 that is none has replacement characters.
+// Invalid UTF-8 gets replacement characters.
 ordered_json orNull(bool isThere, std::string_view utf8) {
     return isThere ? ordered_json(allToUtf8(utf8ToWide(utf8))) : ordered_json();
 }

@@ -79,7 +79,7 @@ class MessageMethods(SessionBase):
         """Sends the session's metadata with a new token, for which holds_token asks later.
 
         The token is one more property, "$q7SendToken". It leaves the session again, and takes a property
-        of that name that the session had with it. The metadata, also if there are none, replace those
+        of that name that the session had with it. The metadata, even when empty, replace those
         that the renderer had for the model's path. Sessions without a path share one entry, which a
         renderer need not keep.
         Returns the token, and None when the renderer does not give it back: one that cannot be reached

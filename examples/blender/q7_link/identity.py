@@ -1,4 +1,4 @@
-"""What tells Blender's data-blocks apart."""
+"""How the add-on distinguishes Blender's data-blocks."""
 
 from operator import attrgetter, methodcaller
 
@@ -6,7 +6,7 @@ import bpy
 
 
 def _identity_by(properties):
-    """`properties`: the names of what Blender tells of a data-block."""
+    """`properties`: the names of a data-block's properties in Blender."""
     # Newer versions number data-blocks, and undo keeps the number. An address may change by undo.
     for name in ("session_uid", "session_uuid"):
         if name in properties:

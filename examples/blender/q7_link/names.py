@@ -13,7 +13,7 @@ def clean(text):
 def distinct(wanted, old="/", new="@"):
     """Names no two of which are the same after `old` has become `new`, for ids with the names that they want.
 
-    Of several ids that want one name the least gets it, the others the numbers behind it in their order: the
+    Of several ids that want one name the least gets the name, the others get it with a number, in their order: the
     names depend on what there is, and not on the order in which it was found.
     """
     claims = {}
