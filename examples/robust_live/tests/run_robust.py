@@ -20,6 +20,7 @@ NEVER = "100000000"  # milliseconds
 ARRIVED = "the scene arrived"
 BROKE = "the renderer may have all, a part or nothing of the scene, send again"
 ENDED = "start it and send again"
+WENT_AWAY = "the renderer went away, or did not understand the plug-in"
 
 
 class Robust(unittest.TestCase):
@@ -126,7 +127,7 @@ class ToTheRenderer(Robust):
             ("--die-at-word", "11"),
         ):
             with self.subTest(options), self.renderer(*options):
-                self.expect(1, "the renderer went away, or did not understand the plug-in")
+                self.expect(1, WENT_AWAY)
 
     def test_nobody_listens(self):
         with self.renderer("--status", "4", "--port", "65535"):
@@ -150,7 +151,8 @@ class ToTheRenderer(Robust):
             with self.subTest(word), self.renderer("--die-at-word", word):
                 code, out = self.run_it()
                 self.assertEqual(code, 1, out)
-                self.assert_dead(out)
+                # The system may accept the connection for the scene while the process ends.
+                self.assertTrue(WENT_AWAY in out or BROKE in out or ENDED in out, out)
 
     def test_a_connection_that_breaks(self):
         for options in (("--close-at-ack", "3"), ("--close-at-ack", "3", "--abort")):
