@@ -22,10 +22,16 @@ endif()
 
 foreach(tool q7-inspect q7-send q7-standin)
   if(TARGET ${tool})
-    set_target_properties(${tool} PROPERTIES INSTALL_RPATH $ORIGIN/${libraries_from_programs})
     install(TARGETS ${tool} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   endif()
 endforeach()
+
+# The library's places in an installation and in the build. One run path for both: CMake would fill a shorter one
+# up with empty elements, which name the current folder.
+if(TARGET q7-send)
+  set_target_properties(q7-send PROPERTIES BUILD_WITH_INSTALL_RPATH ON
+    INSTALL_RPATH "$ORIGIN/${libraries_from_programs};$ORIGIN/..")
+endif()
 
 # MSVC's linker takes a library made of the list of exports; the other one is MinGW's.
 find_program(Q7_DLLTOOL llvm-dlltool)

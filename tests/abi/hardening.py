@@ -1,14 +1,41 @@
 """Looks in release binaries for what the compiler and the linker were told to protect.
 
-    hardening.py BINARY...
+    hardening.py BINARY_OR_FOLDER...
 
-Each is an ELF library or program, or a DLL or an EXE. Prints what is missing; the exit code is 1 when
-anything is.
+A binary is an ELF library or program, or a DLL or an EXE. Of the ELF files in a folder only the run paths are
+checked. Prints what is missing; the exit code is 1 when anything is.
 """
 
 import struct
 import sys
 from pathlib import Path
+
+
+def run_path_problems(data: bytes) -> list[str]:
+    """The elements of an ELF file's run path that depend on the current folder."""
+    segments_at, size, count = struct.unpack_from("<32xQ14xHH", data)
+    segments = [
+        struct.unpack_from("<IIQQQQQQ", data, segments_at + size * i) for i in range(count)
+    ]
+    load, dynamic, string_table, run_paths = 1, 2, 5, (15, 29)
+    entries = [
+        struct.unpack_from("<QQ", data, s[2] + 16 * i)
+        for s in segments
+        if s[0] == dynamic
+        for i in range(s[5] // 16)
+    ]
+    paths = [value for tag, value in entries if tag in run_paths]
+    if not paths:
+        return []
+    address = dict(entries)[string_table]
+    strings = next(address - s[3] + s[2] for s in segments if s[0] == load and s[3] <= address < s[3] + s[5])
+    problems = []
+    for path in paths:
+        at = strings + path
+        text = data[at : data.index(b"\0", at)].decode()
+        if not all(element.startswith(("/", "$ORIGIN")) for element in text.split(":")):
+            problems.append(f'looks for libraries in the current folder: "{text}"')
+    return problems
 
 
 def elf_problems(data: bytes) -> list[str]:
@@ -18,7 +45,7 @@ def elf_problems(data: bytes) -> list[str]:
     ]
     load, dynamic, stack, relro = 1, 2, 0x6474E551, 0x6474E552
     executable, writable = 1, 2
-    problems = []
+    problems = run_path_problems(data)
     if kind != 3:
         problems.append("is not position independent")
     if any(s[0] == load and s[1] & writable and s[1] & executable for s in segments):
@@ -71,7 +98,18 @@ def pe_problems(data: bytes) -> list[str]:
     return problems
 
 
+def problems_in(folder: Path) -> list[str]:
+    found = []
+    for file in sorted(folder.iterdir()):
+        data = file.read_bytes() if file.is_file() else b""
+        if data.startswith(b"\x7fELF"):
+            found += [f"{file.name} {problem}" for problem in run_path_problems(data)]
+    return found
+
+
 def problems_of(file: Path) -> list[str]:
+    if file.is_dir():
+        return problems_in(file)
     data = file.read_bytes()
     if data.startswith(b"\x7fELF"):
         return elf_problems(data)

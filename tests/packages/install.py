@@ -117,6 +117,10 @@ class InstallTest(unittest.TestCase):
         if arguments.zip_inside:
             self.assertEqual([f for f in files if "minizip" in Path(f).name and "licences" not in f], [])
 
+    def test_no_library_comes_from_the_current_folder(self):
+        script = HERE.parent / "abi" / "hardening.py"
+        run(sys.executable, "-B", script, self.prefix / "bin", self.prefix / "lib")
+
     def test_licences_are_texts(self):
         for file in (self.prefix / "share/doc/q7plugin/licences").iterdir():
             self.assertGreater(len(file.read_text(errors="replace")), 200, file)
